@@ -1,0 +1,285 @@
+/*
+ * rle - bilevel document images held as runs.
+ *
+ * An image is a stack of rows; a row is a sorted list of the runs of black pixels in it, and
+ * everything between two runs is white. Columns count from 0 at the left, rows from 0 at the top.
+ * An image is at most 65535 columns wide and 65535 rows high.
+ *
+ *     column   0 1 2 3 4 5 6 7 8 9
+ *     pixels   . . # # # . . . # .       runs: {2, 5} {8, 9}
+ *
+ * Conventions that hold for every function here:
+ *
+ *   Arguments   All integers are 32 bits wide. Where a text says "16 bits", only the low 16 bits
+ *               count, as an unsigned number. Spans (x1, x2) and rectangles (x1, y1, x2, y2)
+ * include both ends; a run's `end` is the first pixel after it. Results     Functions that make a
+ * record return it to the caller, who releases it with the matching rleFree... function; null means
+ * that memory ran out or that the input could not be read. Functions that answer yes or no return 1
+ * or 0. Failure     A failing call releases what it allocated itself. What it had already changed
+ * in the caller's record, or written to a stream, stays. Nothing is printed or thrown. Null
+ * Pointers must not be null unless the text says what null means. Threads     The library has no
+ * locks and shares nothing but the three tuning words below: threads that work on different records
+ * never disturb each other. One record, or one stream, belongs to one thread at a time.
+ */
+#ifndef RLE_H
+#define RLE_H
+
+#include <stdint.h>
+
+#if defined(__GNUC__)
+#define RLE_API __attribute__((visibility("default")))
+#else
+#define RLE_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Records --------------------------------------------------------------------------------- */
+
+/* A run of black pixels: columns start to end - 1. */
+typedef struct RleRun {
+  uint16_t start; /* first black pixel */
+  uint16_t end;   /* first pixel after the run */
+} RleRun;
+
+/*
+ * A row. Its runs are sorted, none is empty, and at least one white pixel lies between two of them.
+ * `runs` is a run buffer (see rleAllocRuns) with room for at least `count` runs, or null while
+ * `count` is 0.
+ */
+typedef struct RleLine {
+  uint32_t tag;   /* the caller's own word; no operation interprets it */
+  uint16_t count; /* runs in use */
+  RleRun* runs;
+} RleLine;
+
+/* An image: `height` rows, none of them null except where a function says otherwise. */
+typedef struct RleRect {
+  uint32_t tag;        /* the caller's own word */
+  uint16_t resolution; /* dots per inch */
+  uint16_t width;      /* pixels per row */
+  uint16_t height;     /* number of rows */
+  RleLine** rows;      /* row 0 first */
+} RleRect;
+
+/* A vertex in pixels. */
+typedef struct RlePoint {
+  int32_t x;
+  int32_t y;
+} RlePoint;
+
+/* A polygon region: an image together with the polygon that bounds it. Pointers may be null. */
+typedef struct RlePoly {
+  uint32_t count;   /* number of vertices */
+  RlePoint* points; /* the vertices */
+  int32_t fillRule; /* 0 even-odd, 1 non-zero winding */
+  RleRect* mask;    /* the polygon filled, in the size and resolution of `image` */
+  RleRect* image;   /* the pixels of the region */
+} RlePoly;
+
+typedef struct RleStream RleStream;
+
+/* A native-format stream in use, or the header of one: two uses of one record. */
+typedef union RleFile {
+  struct {
+    RleStream* stream; /* not owned */
+    uint32_t magic;
+    uint32_t version;
+    uint16_t resolution; /* dots per inch */
+  } context;
+  struct {
+    uint32_t magic;
+    uint16_t height;
+    uint16_t width;
+    uint32_t version;
+    uint32_t resolution; /* dots per inch */
+  } header;
+} RleFile;
+
+/* ---- Streams --------------------------------------------------------------------------------- */
+
+/*
+ * Every byte that the library reads or writes goes through a stream object: any record whose first
+ * field points to a table of operations. xio.h has ready ones over memory and files; an application
+ * can bring its own (docs/streams.md shows one).
+ *
+ * 16-bit and 32-bit values travel in the stream's byte order, which is big-endian (most significant
+ * byte first) until it is changed. A stream remembers the first read or write that failed, a read
+ * past the end included, and hasError answers non-zero from then on.
+ *
+ * Slots that the library never calls may be null.
+ */
+typedef struct RleStreamOps {
+  void (*unused0)(void);
+  /* Writes `count` items of `size` bytes; returns how many items were written. */
+  uint32_t (*writeBlock)(RleStream* stream, const void* data, uint32_t size, uint32_t count);
+  /* The next byte, 0 to 255, or -1 at the end of the data or on failure. */
+  int32_t (*getByte)(RleStream* stream);
+  /* Writes the low 8 bits of `byte`; -1 on failure, anything else on success. */
+  int32_t (*putByte)(RleStream* stream, int32_t byte);
+  /* Two bytes in the current byte order, in the low half of the result. */
+  uint32_t (*getWord16)(RleStream* stream);
+  /* Writes the low 16 bits of `value`. */
+  int32_t (*putWord16)(RleStream* stream, uint32_t value);
+  uint32_t (*getWord32)(RleStream* stream);
+  /* -1 on failure. */
+  int32_t (*putWord32)(RleStream* stream, uint32_t value);
+  /* Moves to `offset` bytes from the start (origin 0) or from here (origin 1); 0 on success. */
+  int32_t (*seek)(RleStream* stream, int32_t offset, int32_t origin);
+  /* The position in bytes from the start, or -1. */
+  int32_t (*tell)(RleStream* stream);
+  void (*unused10)(void);
+  void (*unused11)(void);
+  /* 0 while every read and write so far succeeded. */
+  int32_t (*hasError)(RleStream* stream);
+  void (*unused13)(void);
+  /* Releases the stream; 0 on success. The library calls it only on streams it made itself. */
+  int32_t (*destroy)(RleStream* stream);
+  /* 0 big-endian, 1 little-endian. */
+  int32_t (*setByteOrder)(RleStream* stream, int32_t order);
+  /* Non-zero when little-endian. */
+  int32_t (*getByteOrder)(RleStream* stream);
+} RleStreamOps;
+
+struct RleStream {
+  const RleStreamOps* ops;
+};
+
+/* ---- Making and releasing records ------------------------------------------------------------ */
+
+/*
+ * Run buffers are made with room to grow. A buffer asked for n runs gets n + extra(n) slots, where
+ * extra(n) = n * rleRunAllocFactor / 32768, but at least rleRunAllocMinExtra, else at most
+ * rleRunAllocMaxExtra. The number of slots stands in the 32-bit word before the first slot.
+ *
+ * The three words are read on every call and may be changed at any time at which no other thread
+ * is inside the library.
+ */
+extern RLE_API uint32_t rleRunAllocFactor;   /* spare slots per slot, in 1/32768; initially 6553 */
+extern RLE_API uint32_t rleRunAllocMinExtra; /* fewest spare slots; initially 4 */
+extern RLE_API uint32_t rleRunAllocMaxExtra; /* most spare slots; initially 40 */
+
+/* A new zero-filled run buffer for `count` runs (at least 1), or null. */
+RLE_API RleRun* rleAllocRuns(uint32_t count);
+
+/*
+ * A buffer with room for at least `count` runs that keeps the first runs of `runs`. A buffer with
+ * more than rleRunAllocMaxExtra slots to spare is returned as it is; any other is resized to
+ * count + extra(count) slots and may move. Null `runs` is the same as rleAllocRuns(count). On null
+ * the old buffer is untouched and still the caller's.
+ */
+RLE_API RleRun* rleReAllocRuns(RleRun* runs, uint32_t count);
+
+/* Releases a run buffer, which must not be null. */
+RLE_API void rleFreeRuns(RleRun* runs);
+
+/* A new row without runs and without a buffer, or null. */
+RLE_API RleLine* rleAllocLine(void);
+
+/* Releases a row and its buffer. Null is ignored. */
+RLE_API void rleFreeLine(RleLine* line);
+
+/* A new array of `count` null row pointers, or null. 0 and negative counts go to calloc unchanged.
+ */
+RLE_API RleLine** rleAllocLines(int32_t count);
+
+/*
+ * Releases the first `count` rows and the array. With a count below 1 nothing is released, not even
+ * the array.
+ */
+RLE_API void rleFreeLines(int32_t count, RleLine** rows);
+
+/* A new image of size 0 x 0, 200 dots per inch, without a row array, or null. */
+RLE_API RleRect* rleAllocRect(void);
+
+/* Releases an image, its row array and its rows. Null is ignored. */
+RLE_API void rleFreeRect(RleRect* rect);
+
+/*
+ * A new blank image, or null. All three arguments are 16 bits; a resolution of 0 stands for 200
+ * dots per inch. Every row is present and empty.
+ */
+RLE_API RleRect* rleNewRect(uint32_t width, uint32_t height, uint32_t resolution);
+
+/* A new array of `count` vertices at (0, 0), or null. A count of 0 goes to calloc unchanged. */
+RLE_API RlePoint* rleAllocPoints(uint32_t count);
+
+/* Releases a vertex array. Null is ignored. */
+RLE_API void rleFreePoints(RlePoint* points);
+
+/* A new empty polygon region, or null. */
+RLE_API RlePoly* rleAllocPoly(void);
+
+/* Releases a polygon region with its vertices, mask and image. Null is ignored. */
+RLE_API void rleFreePoly(RlePoly* poly);
+
+/* A new zero-filled record for a native-format stream or for a header, or null. */
+RLE_API RleFile* rleAllocFile(void);
+RLE_API RleFile* rleAllocHeader(void);
+
+/* Releases the record, not the stream. Null is ignored. */
+RLE_API void rleFreeFile(RleFile* file);
+RLE_API void rleFreeHeader(RleFile* file);
+
+/* A copy of a row: same tag and runs, in a fresh buffer (an empty row's copy has one too). */
+RLE_API RleLine* rleDupLine(RleLine* line);
+
+/* A copy of an image with all its rows, or null. Every row must be present. */
+RLE_API RleRect* rleDupRect(RleRect* rect);
+
+/* A copy of a polygon region; what is null in it stays null. */
+RLE_API RlePoly* rleDupPoly(RlePoly* poly);
+
+/* ---- Checking -------------------------------------------------------------------------------- */
+
+/*
+ * 1 when the row is valid for an image of `width` columns, else the first fault met:
+ *
+ *   -1  the row is null                        -6  a run starts at or beyond the width
+ *   -2  the width is below 1 or above 65535    -7  a run ends beyond the width
+ *   -3  runs are null though count is not 0    -8  a run repeats the one before it
+ *   -5  a run is empty or reversed             -9  a run overlaps, touches or precedes the one
+ *                                                  before it
+ */
+RLE_API int32_t rleCheckLine(RleLine* line, int32_t width);
+
+/* 1 when every row is null or valid, else the first other code of rleCheckLine, from row 0 on. */
+RLE_API int32_t rleCheckRect(RleRect* rect);
+
+/* ---- Editing spans --------------------------------------------------------------------------- */
+
+/*
+ * These edits keep a valid row valid, and resize its buffer with rleReAllocRuns whenever the number
+ * of runs changes. They do not clip: columns are 16 bits with x1 <= x2 < width, and rows must
+ * exist. When a buffer cannot grow, the row keeps the runs it had and the edit is dropped; likewise
+ * an edit that would give a row more than 65535 runs.
+ */
+
+/* Makes pixels x1 to x2 black, joining the runs they touch. */
+RLE_API void rleSetLine(RleLine* line, int32_t x1, int32_t x2);
+
+/* Makes pixels x1 to x2 white. */
+RLE_API void rleClearLine(RleLine* line, int32_t x1, int32_t x2);
+
+/* rleSetLine on rows y1 to y2 (16 bits), top to bottom; nothing when y2 < y1. */
+RLE_API void rleSetRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2);
+
+/* rleClearLine on rows y1 to y2 (16 bits), top to bottom; nothing when y2 < y1. */
+RLE_API void rleClearRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2);
+
+/*
+ * Sets (set not 0) or clears (set 0) in `dst` what is black in columns sx1 to sx2 of `src`; source
+ * column sx1 lands on destination column dx. Columns are 16 bits. `src` does not change.
+ */
+RLE_API void rleMergeLineRun(RleLine* dst, RleLine* src, int32_t dx, int32_t sx1, int32_t sx2,
+                             int32_t set);
+
+/* ---- Group 4 --------------------------------------------------------------------------------- */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* RLE_H */
