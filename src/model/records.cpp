@@ -34,9 +34,7 @@ rle::OwnedRect rectWithoutRows(uint16_t width, uint16_t height, uint16_t resolut
 
 extern "C" {
 
-RleLine* rleAllocLine() {
-  return zeroed<RleLine>();
-}
+RleLine* rleAllocLine() { return zeroed<RleLine>(); }
 
 void rleFreeLine(RleLine* line) {
   if (line == nullptr) return;
@@ -86,17 +84,11 @@ RleRect* rleNewRect(uint32_t width, uint32_t height, uint32_t resolution) {
   return rect.release();
 }
 
-RlePoint* rleAllocPoints(uint32_t count) {
-  return zeroed<RlePoint>(count);
-}
+RlePoint* rleAllocPoints(uint32_t count) { return zeroed<RlePoint>(count); }
 
-void rleFreePoints(RlePoint* points) {
-  std::free(points);
-}
+void rleFreePoints(RlePoint* points) { std::free(points); }
 
-RlePoly* rleAllocPoly() {
-  return zeroed<RlePoly>();
-}
+RlePoly* rleAllocPoly() { return zeroed<RlePoly>(); }
 
 void rleFreePoly(RlePoly* poly) {
   if (poly == nullptr) return;
@@ -106,21 +98,13 @@ void rleFreePoly(RlePoly* poly) {
   std::free(poly);
 }
 
-RleFile* rleAllocFile() {
-  return zeroed<RleFile>();
-}
+RleFile* rleAllocFile() { return zeroed<RleFile>(); }
 
-RleFile* rleAllocHeader() {
-  return rleAllocFile();
-}
+RleFile* rleAllocHeader() { return rleAllocFile(); }
 
-void rleFreeFile(RleFile* file) {
-  std::free(file);
-}
+void rleFreeFile(RleFile* file) { std::free(file); }
 
-void rleFreeHeader(RleFile* file) {
-  rleFreeFile(file);
-}
+void rleFreeHeader(RleFile* file) { rleFreeFile(file); }
 
 RleLine* rleDupLine(RleLine* line) {
   rle::OwnedLine copy(rleAllocLine());

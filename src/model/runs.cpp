@@ -64,6 +64,4 @@ extern "C" RleRun* rleReAllocRuns(RleRun* runs, uint32_t count) {
   return rle::firstRun(std::realloc(&rle::capacityOf(runs), rle::blockBytes(capacity)), capacity);
 }
 
-extern "C" void rleFreeRuns(RleRun* runs) {
-  std::free(&rle::capacityOf(runs));
-}
+extern "C" void rleFreeRuns(RleRun* runs) { std::free(&rle::capacityOf(runs)); }

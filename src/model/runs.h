@@ -12,8 +12,6 @@ namespace rle {
 uint32_t extraSlots(uint32_t count);
 
 // The number of slots of a run buffer: the word before its first slot.
-inline uint32_t& capacityOf(RleRun* runs) {
-  return *(reinterpret_cast<uint32_t*>(runs) - 1);
-}
+inline uint32_t& capacityOf(RleRun* runs) { return *(reinterpret_cast<uint32_t*>(runs) - 1); }
 
 }  // namespace rle

@@ -54,9 +54,7 @@ uint32_t firstRunEndingFrom(const RleLine& line, uint32_t x) {
 }
 
 // The end of a span whose last pixel is x2. Columns are 16 bits, and so is the sum.
-uint16_t endOf(int32_t x2) {
-  return uint16_t(uint32_t(x2) + 1);
-}
+uint16_t endOf(int32_t x2) { return uint16_t(uint32_t(x2) + 1); }
 
 // Sets or clears columns [start, end), taken as 16 bits.
 void edit(RleLine& line, uint32_t start, uint32_t end, int32_t set) {

@@ -9,9 +9,7 @@ std::atomic<int64_t> failing{-1};
 std::atomic<int64_t> asked{0};
 std::atomic<int64_t> alive{0};
 
-bool failsNow() {
-  return asked++ == failing;
-}
+bool failsNow() { return asked++ == failing; }
 
 void* counted(void* block) {
   if (block != nullptr) ++alive;
@@ -27,9 +25,7 @@ void* __real_calloc(size_t count, size_t size);
 void* __real_realloc(void* block, size_t size);
 void __real_free(void* block);
 
-void* __wrap_malloc(size_t size) {
-  return failsNow() ? nullptr : counted(__real_malloc(size));
-}
+void* __wrap_malloc(size_t size) { return failsNow() ? nullptr : counted(__real_malloc(size)); }
 
 void* __wrap_calloc(size_t count, size_t size) {
   return failsNow() ? nullptr : counted(__real_calloc(count, size));
@@ -56,12 +52,8 @@ void failAllocation(int64_t number) {
   failing = number;
 }
 
-int64_t allocationsAsked() {
-  return asked;
-}
+int64_t allocationsAsked() { return asked; }
 
-int64_t allocationsAlive() {
-  return alive;
-}
+int64_t allocationsAlive() { return alive; }
 
 }  // namespace rle::test

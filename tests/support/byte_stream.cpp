@@ -5,9 +5,7 @@
 namespace rle::test {
 namespace {
 
-ByteStream& self(RleStream* stream) {
-  return *static_cast<ByteStream*>(stream);
-}
+ByteStream& self(RleStream* stream) { return *static_cast<ByteStream*>(stream); }
 
 bool put(ByteStream& s, uint8_t byte) {
   if (s.failed) return false;
@@ -115,9 +113,7 @@ const RleStreamOps kOps = {
 
 }  // namespace
 
-ByteStream::ByteStream(std::vector<uint8_t> content) : bytes(std::move(content)) {
-  ops = &kOps;
-}
+ByteStream::ByteStream(std::vector<uint8_t> content) : bytes(std::move(content)) { ops = &kOps; }
 
 bool ByteStream::failsNow(const std::string& call) {
   if (recording) calls.push_back(call);
