@@ -423,6 +423,41 @@ RLE_API int32_t rleClosest(RleRect* image, int32_t x, int32_t y, int32_t r, uint
 
 /* ---- Group 4 --------------------------------------------------------------------------------- */
 
+/*
+ * CCITT Group 4 data (ITU-T T.6): two-dimensional coding without an EOL per row, closed by an EOFB.
+ * `lsbFirst` is 0 when the first bit of a byte is its most significant one (TIFF FillOrder 1) and
+ * anything else when it is the least significant one (FillOrder 2).
+ */
+
+/*
+ * The image of `width` x `height` pixels that is decoded from the stream's position on, or null.
+ * The resolution is 16 bits, 0 stands for 200 dots per inch.
+ *
+ * Decoding goes on to the second EOL, wherever it comes. Rows that the data does not reach, or does
+ * not finish, stay empty; rows beyond the height are decoded and dropped. Bytes are read with
+ * getByte alone, one at a time, none beyond the last bit of that EOL. What damaged data puts beyond
+ * the width is clipped, so every row is valid.
+ *
+ * Null without reading anything when a size is negative or above 65535; null also when the data
+ * ends before the second EOL, holds a code that stands for nothing, or comes to 51600 colour
+ * changes in one row, and when memory runs out.
+ */
+RLE_API RleRect* rleLoadRectFromCCITTG4(RleStream* stream, int32_t width, int32_t height,
+                                        int32_t resolution, int32_t lsbFirst);
+
+/*
+ * Writes all rows and an EOFB, least significant bit first, with putByte alone. 1 on success, -1
+ * when a row has more than 25800 separate runs, -2 as soon as putByte answers -1; what was written
+ * stays.
+ *
+ * Rows need not be valid. Empty runs are skipped; a run that touches or overlaps the one before it
+ * is joined to it, and the earlier run's end is raised in the image too, when its row's turn comes;
+ * a run that overlaps the one before it and starts to the left of it is ignored; what lies beyond
+ * the width is clipped. Valid rows are coded without allocating memory; for others some is needed,
+ * and -1 is also the answer when there is none.
+ */
+RLE_API int32_t rleUnloadRectFromCCITTG4(RleStream* stream, RleRect* rect);
+
 /* ---- One-strip TIFF -------------------------------------------------------------------------- */
 
 /*
