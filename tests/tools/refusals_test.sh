@@ -70,7 +70,7 @@ refuses_operation 1 "the rectangle misses" --blank 0,-9,10,-1
 refuses_operation 1 "the picture of 4 x 2 pixels misses" --merge small.tif,-4,0,set
 refuses_operation 1 "the mask has 4 x 2 pixels, the page 2479 x 3508" --mask small.tif
 refuses_operation 2 "a page is at most 65535 pixels" --crop -2147483648,0,2147483647,10
-refuses_operation 2 "must not lie right of" --fill 5,0,4,0
+refuses_operation 2 "X1,Y1 must not lie right of" --fill 5,0,4,0
 refuses_operation 2 "4 values between commas" --fill 5,0,4
 refuses_operation 2 "'1,5' is not a whole number" --fill 1,5,0,9,9
 refuses_operation 2 "'' is not a whole number" --fill 1,,9,9
