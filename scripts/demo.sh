@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the program and edits the page that ships with the project:
-# blanks an area, cuts out and merges back a part of it, frames the page, and writes Group 4 TIFF
-# to demo/.
+# crops, blanks, merges and frames, and writes the results as Group 4 TIFF to demo/.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -21,15 +20,15 @@ fi
 mkdir -p demo
 rle=build/demo/bin/rle
 page=docs/page/page.tif
-"$rle" convert "$page" demo/heading.tif --crop 0,0,2478,270
+"$rle" convert "$page" demo/title.tif --crop 900,110,1580,220
 "$rle" convert "$page" demo/edited.tif \
-  --blank 1250,500,2400,900 \
-  --merge demo/heading.tif,0,3230,replace \
-  --crop 0,60,2478,3500 \
+  --blank 1290,430,2310,1260 \
+  --merge demo/title.tif,1460,790,set \
+  --crop 100,50,2378,3457 \
   --frame 12
 
-echo "From $page, which Ghostscript encoded, the program made:"
-echo "  demo/heading.tif  $(stat -c %s demo/heading.tif) bytes: the heading, cropped from the page"
-echo "  demo/edited.tif   $(stat -c %s demo/edited.tif) bytes: an area blanked, the heading merged"
-echo "                    in at the foot, the margins cropped, a frame drawn"
+echo "Read $page, which another program encoded, and made from it, as Group 4 TIFF:"
+echo "  demo/title.tif   $(stat -c %s demo/title.tif) bytes: the title, cropped out"
+echo "  demo/edited.tif  $(stat -c %s demo/edited.tif) bytes: a part blanked, the title merged in there,"
+echo "                   the margins cropped, a frame drawn"
 "$rle" info "$page" demo/edited.tif
