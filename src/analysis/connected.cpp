@@ -12,8 +12,8 @@
 // direction as long as runs wait there, which gathers many in a turn where the component is wide.
 //
 // Every row that is reached has two bits for each of its runs, found and waiting, so no run waits
-// twice. Memory follows the rows that the component reaches, not the page, and nothing here needs
-// the call stack.
+// twice. Memory follows the rows that the component reaches, a sixteenth of what their runs take,
+// and not the page; nothing here needs the call stack.
 
 #include <algorithm>
 #include <bit>
@@ -47,8 +47,7 @@ struct RowState {
   bool listed;
 };
 
-// The states of a range of rows around the seed's, growing at both ends, and the pool of their
-// bits.
+// The states of a range of rows that grows at both ends, and the pool of their bits.
 class RowStates {
  public:
   RowState& operator[](uint32_t y) { return states_[y - first_]; }
@@ -78,11 +77,8 @@ class RowStates {
 
   bool growStates(uint32_t y) {
     const uint32_t size = std::max(kFirstRows, 2 * size_);
-    uint32_t first = first_;
-    if (size_ == 0)
-      first = y - std::min(y, size / 2);
-    else if (y < first_)
-      first -= std::min(first_, size - size_);
+    if (size_ == 0) first_ = y - std::min(y, size / 2);
+    const uint32_t first = y < first_ ? first_ - std::min(first_, size - size_) : first_;
     HeapArray<RowState> grown(static_cast<RowState*>(std::calloc(size, sizeof(RowState))));
     if (!grown) return false;
     std::copy_n(states_.get(), size_, grown.get() + (first_ - first));
@@ -115,17 +111,16 @@ std::span<const RleRun> runsOf(const RleLine& line) { return {line.runs, line.co
 size_t wordsOf(const RleLine& line) { return (line.count + kWordBits - 1) / kWordBits; }
 
 // The place of the first run from `at` on that ends at x or later. Quick when it is near.
-size_t firstRunEndingFrom(std::span<const RleRun> runs, size_t at, uint32_t x) {
-  size_t step = 1;
-  while (at < runs.size() && runs[at].end < x) {
-    if (at + step >= runs.size() || runs[at + step].end >= x) {
-      const auto last = runs.begin() + ptrdiff_t(std::min(at + step, runs.size()));
+uint32_t firstRunEndingFrom(std::span<const RleRun> runs, uint32_t at, uint32_t x) {
+  const auto count = uint32_t(runs.size());
+  for (uint32_t step = 1; at < count && runs[at].end < x; step *= 2) {
+    const uint32_t next = std::min(at + step, count);
+    if (next == count || runs[next].end >= x) {
       const auto endsBefore = [x](RleRun run) { return run.end < x; };
-      return size_t(std::partition_point(runs.begin() + ptrdiff_t(at) + 1, last, endsBefore) -
-                    runs.begin());
+      const RleRun* const first = runs.data() + at + 1;
+      return uint32_t(std::partition_point(first, runs.data() + next, endsBefore) - runs.data());
     }
-    at += step;
-    step *= 2;
+    at = next;
   }
   return at;
 }
@@ -140,13 +135,12 @@ class Neighbours {
   // Finds the runs that are connected with `run`, each time one further to the right.
   void take(RleRun run) {
     at_ = firstRunEndingFrom(runs_, at_, run.start);
-    for (size_t i = at_; i < runs_.size() && runs_[i].start <= run.end; ++i) {
-      const size_t word = i / kWordBits;
-      const uint64_t bit = uint64_t{1} << i % kWordBits;
-      const uint64_t added = bit & ~found_[word];
-      found_[word] |= bit;
-      waiting_[word] |= added;
+    for (uint32_t i = at_; i < runs_.size() && runs_[i].start <= run.end; ++i) {
+      const uint32_t word = i / kWordBits;
+      const uint64_t added = uint64_t{1} << i % kWordBits & ~found_[word];
       if (added != 0) {
+        found_[word] |= added;
+        waiting_[word] |= added;
         first_ = std::min(first_, word);
         end_ = word + 1;
       }
@@ -156,16 +150,16 @@ class Neighbours {
 
   // Whether runs were found that had not been found before, in words [first(), end()).
   bool foundNew() const { return first_ < end_; }
-  size_t first() const { return first_; }
-  size_t end() const { return end_; }
+  uint32_t first() const { return first_; }
+  uint32_t end() const { return end_; }
 
  private:
   std::span<const RleRun> runs_;
   uint64_t* found_ = nullptr;
   uint64_t* waiting_ = nullptr;
-  size_t at_ = 0;
-  size_t first_ = SIZE_MAX;
-  size_t end_ = 0;
+  uint32_t at_ = 0;
+  uint32_t first_ = UINT32_MAX;
+  uint32_t end_ = 0;
 };
 
 // A row that gets `count` runs one by one has its buffer fitted after each by rleReAllocRuns, which
@@ -203,9 +197,9 @@ class Component {
   explicit Component(const RleRect& image) : image_(image) {}
 
   // Finds all runs connected with run `seed` of row y. False when memory ran out.
-  bool trace(uint32_t y, size_t seed) {
+  bool trace(uint32_t y, uint32_t seed) {
     if (!reach(y)) return false;
-    const size_t word = seed / kWordBits;
+    const uint32_t word = seed / kWordBits;
     foundBits(y)[word] = waitingBits(y)[word] = uint64_t{1} << seed % kWordBits;
     wait(y, word, word + 1);
     top_ = bottom_ = y;
@@ -273,11 +267,11 @@ class Component {
   }
 
   // Notes that runs of row y wait in words [first, end).
-  void wait(uint32_t y, size_t first, size_t end) {
+  void wait(uint32_t y, uint32_t first, uint32_t end) {
     RowState& state = rows_[y];
     const bool waits = rows_.waits(y);
-    state.firstWaiting = uint16_t(waits ? std::min<size_t>(state.firstWaiting, first) : first);
-    state.endWaiting = uint16_t(std::max<size_t>(state.endWaiting, end));
+    state.firstWaiting = uint16_t(waits ? std::min<uint32_t>(state.firstWaiting, first) : first);
+    state.endWaiting = uint16_t(std::max<uint32_t>(state.endWaiting, end));
     if (state.listed) return;
     state.listed = true;
     state.nextListed = listed_;
@@ -293,14 +287,15 @@ class Component {
     line.runs = rleAllocRuns(lastFittedCount(count));
     if (line.runs == nullptr) return false;
     const RleRun* source = image_.rows[y]->runs;
+    RleRun* end = line.runs;
     for (const uint64_t word : found) {
       for (uint64_t rest = word; rest != 0; rest &= rest - 1) {
         const RleRun run = source[std::countr_zero(rest)];
-        if (run.start < run.end)
-          line.runs[line.count++] = {uint16_t(run.start - left_), uint16_t(run.end - left_)};
+        if (run.start < run.end) *end++ = {uint16_t(run.start - left_), uint16_t(run.end - left_)};
       }
       source += kWordBits;
     }
+    line.count = uint16_t(end - line.runs);
     return true;
   }
 
@@ -322,7 +317,7 @@ extern "C" RleRect* rleConnected(RleRect* image, int32_t x, int32_t y, uint16_t*
   const uint32_t row = uint16_t(y);
   if (row >= image->height) return nullptr;
   const auto runs = rle::runsOf(*image->rows[row]);
-  const size_t seed = rle::firstRunEndingFrom(runs, 0, column + 1);
+  const uint32_t seed = rle::firstRunEndingFrom(runs, 0, column + 1);
   if (seed == runs.size() || column < runs[seed].start || column >= runs[seed].end) return nullptr;
   rle::Component component(*image);
   if (!component.trace(row, seed)) return nullptr;
