@@ -253,8 +253,9 @@ RLE_API int32_t rleCheckRect(RleRect* rect);
 /*
  * These edits keep a valid row valid, and resize its buffer with rleReAllocRuns whenever the number
  * of runs changes. They do not clip: columns are 16 bits with x1 <= x2 < width, and rows must
- * exist. When a buffer cannot grow, the row keeps the runs it had and the edit is dropped; likewise
- * an edit that would give a row more than 65535 runs.
+ * exist. A span with x1 > x2, or with x2 = 65535, changes nothing. When a buffer cannot grow, the
+ * row keeps the runs it had and the edit is dropped; likewise an edit that would give a row more
+ * than 65535 runs.
  */
 
 /* Makes pixels x1 to x2 black, joining the runs they touch. */
@@ -275,6 +276,121 @@ RLE_API void rleClearRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int
  */
 RLE_API void rleMergeLineRun(RleLine* dst, RleLine* src, int32_t dx, int32_t sx1, int32_t sx2,
                              int32_t set);
+
+/* ---- Regions --------------------------------------------------------------------------------- */
+
+/*
+ * Rectangles here may reach beyond the image, or lie outside it altogether: only the part inside
+ * counts. Corners are full 32-bit numbers. A piece that is copied or cut out counts its columns and
+ * rows from the corner (x1, y1) that was asked for.
+ */
+
+/*
+ * Clips the rectangle (x1, y1)-(x2, y2) to an image of width x height pixels (16 bits each). 1 and
+ * the clipped corners when they overlap; otherwise 0, and the results are not written. An image
+ * without columns or rows overlaps nothing, nor does a rectangle with x1 > x2 or y1 > y2.
+ */
+RLE_API int32_t rleIntersectRect(int32_t width, int32_t height, int32_t x1, int32_t y1, int32_t x2,
+                                 int32_t y2, uint16_t* ox1, uint16_t* oy1, uint16_t* ox2,
+                                 uint16_t* oy2);
+
+/*
+ * A new row with pixels x1 to x2 (16 bits) of `line`, column x1 as its column 0, or null. It always
+ * has a run buffer; its tag is 0.
+ */
+RLE_API RleLine* rleCopyLine(RleLine* line, int32_t x1, int32_t x2);
+
+/*
+ * The same row as rleCopyLine; the pixels are then cleared in `line` as by rleClearLine. When there
+ * is no memory for the new row, the result is null and `line` keeps its pixels.
+ */
+RLE_API RleLine* rleCutLine(RleLine* line, int32_t x1, int32_t x2);
+
+/*
+ * A new image of x2 - x1 + 1 by y2 - y1 + 1 pixels (16 bits each) in the resolution of `rect`, with
+ * what `rect` holds inside the rectangle and white elsewhere, or null. Tags are 0.
+ */
+RLE_API RleRect* rleCopyRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2);
+
+/*
+ * The same image as rleCopyRect; the copied pixels are then cleared in `rect`. When there is no
+ * memory for the new image, the result is null and `rect` keeps all its pixels. When only a row of
+ * `rect` cannot grow to be split, that row keeps its pixels; the new image is complete all the
+ * same.
+ */
+RLE_API RleRect* rleCutRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2);
+
+/*
+ * Pastes `src` into `dst` with the top left pixel of `src` at column x, row y, which may be
+ * negative. 1 when the two overlap, else 0. Modes:
+ *
+ *   0  replace: `dst` becomes equal to `src` where they overlap
+ *   1  set: what is black in `src` becomes black
+ *   2  clear: what is black in `src` becomes white
+ *
+ * Any other mode changes nothing. A row that cannot grow keeps the runs it had.
+ */
+RLE_API int32_t rleMergeRect(RleRect* dst, int32_t x, int32_t y, RleRect* src, int32_t mode);
+
+/*
+ * Pastes the image of a polygon region as rleMergeRect does, and returns the same. In mode 0 a
+ * region with a mask replaces only what its mask covers. A region without an image pastes nothing
+ * but the clearing of its mask.
+ */
+RLE_API int32_t rleMergePoly(RleRect* dst, int32_t x, int32_t y, RlePoly* poly, int32_t mode);
+
+/*
+ * Where `mask` is white, makes `rect` white (mode 0) or black (any other mode), row by row. Mask
+ * columns that are missing count as white; rows that are missing leave those of `rect` alone. A row
+ * that cannot grow keeps the runs it had.
+ */
+RLE_API void rleMaskRect(RleRect* rect, RleRect* mask, int32_t mode);
+
+/* ---- Painting -------------------------------------------------------------------------------- */
+
+/*
+ * Paint is described by a colour, a pattern and a mode. The first line that applies decides:
+ *
+ *   colour -1, pattern not null   the pattern, laid in this mode
+ *   mode 2, colour 1              white
+ *   mode 1, colour 0              white
+ *   anything else                 black
+ *
+ * A pattern is an image that repeats as a tile in both directions. Its modes are 1, what is black
+ * in the tile becomes black; 2, what is black in the tile becomes white; and any other, the area
+ * becomes a copy of the tile. A pattern without columns or rows paints nothing.
+ *
+ * When a row's buffer cannot grow, an edit of the row is dropped and it stays valid.
+ */
+
+/*
+ * Paints n spans: span i covers widths[i] pixels from points[i] to the right. What lies outside the
+ * image is dropped; spans may overlap and are painted in order. A pattern is aligned to the image:
+ * its pixel (0, 0) lies on column 0, row 0.
+ */
+RLE_API void rleFillSpans(RleRect* image, int32_t n, RlePoint* points, int32_t* widths,
+                          int32_t colour, RleRect* pattern, int32_t mode);
+
+/*
+ * Paints the rectangle (x1, y1)-(x2, y2), clipped to the image. A pattern is aligned to column 0 of
+ * the image and to the top row of the clipped rectangle.
+ */
+RLE_API void rleFillRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2,
+                         int32_t colour, RleRect* pattern, int32_t mode);
+
+/*
+ * Lays row y (16 bits, modulo the pattern's height) of the pattern over columns x1 to x2 (16 bits)
+ * of a row, aligned to column 0. Does not clip. A null pattern paints nothing.
+ */
+RLE_API void rlePatternLine(RleLine* line, int32_t x1, int32_t x2, int32_t y, RleRect* pattern,
+                            int32_t mode);
+
+/*
+ * rlePatternLine on rows y1 to y2 (16 bits), with row 0 of the pattern on row y1. Does not clip:
+ * the rows must exist.
+ */
+RLE_API void rlePatternRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2,
+                            RleRect* pattern, int32_t mode);
 
 /* ---- Analysis -------------------------------------------------------------------------------- */
 
@@ -306,6 +422,92 @@ RLE_API int32_t rleClosest(RleRect* image, int32_t x, int32_t y, int32_t r, uint
                            uint16_t* foundY);
 
 /* ---- Group 4 --------------------------------------------------------------------------------- */
+
+/*
+ * CCITT Group 4 data (ITU-T T.6): two-dimensional coding without an EOL per row, closed by an EOFB.
+ * `lsbFirst` is 0 when the first bit of a byte is its most significant one (TIFF FillOrder 1) and
+ * anything else when it is the least significant one (FillOrder 2).
+ */
+
+/*
+ * The image of `width` x `height` pixels that is decoded from the stream's position on, or null.
+ * The resolution is 16 bits, 0 stands for 200 dots per inch.
+ *
+ * Decoding goes on to the second EOL, wherever it comes. Rows that the data does not reach, or does
+ * not finish, stay empty; rows beyond the height are decoded and dropped. Bytes are read with
+ * getByte alone, one at a time, none beyond the last bit of that EOL. What damaged data puts beyond
+ * the width is clipped, so every row is valid.
+ *
+ * Null without reading anything when a size is negative or above 65535; null also when the data
+ * ends before the second EOL, holds a code that stands for nothing, or comes to 51600 colour
+ * changes in one row, and when memory runs out.
+ */
+RLE_API RleRect* rleLoadRectFromCCITTG4(RleStream* stream, int32_t width, int32_t height,
+                                        int32_t resolution, int32_t lsbFirst);
+
+/*
+ * Writes all rows and an EOFB, least significant bit first, with putByte alone. 1 on success, -1
+ * when a row has more than 25800 separate runs, -2 as soon as putByte answers -1; what was written
+ * stays.
+ *
+ * Rows need not be valid. Empty runs are skipped; a run that touches or overlaps the one before it
+ * is joined to it, and the earlier run's end is raised in the image too, when its row's turn comes;
+ * a run that overlaps the one before it and starts to the left of it is ignored; what lies beyond
+ * the width is clipped. Valid rows are coded without allocating memory; for others some is needed,
+ * and -1 is also the answer when there is none.
+ */
+RLE_API int32_t rleUnloadRectFromCCITTG4(RleStream* stream, RleRect* rect);
+
+/* ---- One-strip TIFF -------------------------------------------------------------------------- */
+
+/*
+ * The one kind of TIFF file that the library reads and writes by itself: a single directory, a
+ * single strip, CCITT T.6 data.
+ */
+
+/* What the directory of such a file says. */
+typedef struct RleTiffG4Info {
+  uint32_t width;       /* pixels per row, below 65535 */
+  uint32_t height;      /* rows, 1 to 65534 */
+  uint32_t xResolution; /* dots per inch; 72 when the file does not say */
+  uint32_t yResolution;
+  uint32_t stripOffset; /* where the data begins, in bytes from the start of the stream */
+  uint32_t photometric; /* set to 0, white is zero, when the file says so */
+  uint32_t fillOrder;   /* 1 when the left pixel of a byte is its high bit, as it is unless the file
+                           says otherwise; 2 when it is the low bit */
+} RleTiffG4Info;
+
+/*
+ * Writes the 186-byte header after which the strip data follows. The stream must be big-endian and
+ * stand at its start, because the offsets in the header count from there; it is left at 186. The
+ * byte count of the strip is 0 until it is patched.
+ *
+ * `resolution` is in dots per inch. White is zero when `colourType` modulo 5 is 4, and black is
+ * zero otherwise. `lsbFirst` not 0 says that the data has the left pixel of a byte in its low bit,
+ * as rleUnloadRectFromCCITTG4 writes it. 1, or 0 after the first write that failed.
+ */
+RLE_API int32_t rleWriteTiffHeader(RleStream* stream, uint32_t width, uint32_t height,
+                                   uint32_t resolution, int32_t colourType, int32_t lsbFirst);
+
+/*
+ * Each of these puts one number into a header that is already there, at the start of a big-endian
+ * stream: the width and height in pixels, and the bytes of strip data. The stream is left behind
+ * the entry written, at 22, 34 or 130. 1, or 0 when the seek or a write failed.
+ */
+RLE_API int32_t rleReWriteWidthOfOneStripTiffTag(RleStream* stream, uint32_t width);
+RLE_API int32_t rleReWriteHeightOfOneStripTiffTag(RleStream* stream, uint32_t height);
+RLE_API int32_t rleReWriteByteCountOfTiffTag(RleStream* stream, uint32_t byteCount);
+
+/*
+ * 1 when the stream holds a one-strip Group 4 TIFF file of either byte order, 0 when it holds
+ * anything else or cannot be read. The file header is expected at the current position, and offsets
+ * in the file count from the start of the stream. The stream gets back the position and the byte
+ * order it had; but where the file was cut off its error state stays set.
+ *
+ * `info` receives what was found, as far as the reading went; fields that the file does not mention
+ * keep their values, so clear the record first. It may be null.
+ */
+RLE_API int32_t rleReadOneStripTiffG4Info(RleStream* stream, RleTiffG4Info* info);
 
 #ifdef __cplusplus
 }
