@@ -276,6 +276,25 @@ RLE_API void rleClearRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int
 RLE_API void rleMergeLineRun(RleLine* dst, RleLine* src, int32_t dx, int32_t sx1, int32_t sx2,
                              int32_t set);
 
+/* ---- Drawing --------------------------------------------------------------------------------- */
+
+/*
+ * Fills the polygon whose boundary runs through the `count` vertices and back to the first one.
+ * Vertices may lie anywhere, edges may cross, and vertices may repeat. fillRule 0 takes what the
+ * boundary encloses an odd number of times (even-odd), any other value what it winds around a
+ * number of times that is not 0 (non-zero). Colour, pattern and mode are those of rleFillSpans.
+ *
+ * Row y of the inside reaches from the ceiling of the left edge's x on that row to, but not
+ * including, the ceiling of the right edge's; the row of the lowest vertex is not filled. So the
+ * rectangle (0, 0), (10, 0), (10, 5), (0, 5) fills columns 0 to 9 of rows 0 to 4, and polygons that
+ * share an edge neither overlap nor leave a gap. Only what lies inside the image is painted.
+ *
+ * Fewer than 3 vertices paint nothing. When memory for the edges runs out nothing is painted
+ * either.
+ */
+RLE_API void rleFillPolygon(RleRect* image, int32_t count, RlePoint* points, int32_t fillRule,
+                            int32_t colour, RleRect* pattern, int32_t mode);
+
 /* ---- Group 4 --------------------------------------------------------------------------------- */
 
 #ifdef __cplusplus
