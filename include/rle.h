@@ -253,8 +253,9 @@ RLE_API int32_t rleCheckRect(RleRect* rect);
 /*
  * These edits keep a valid row valid, and resize its buffer with rleReAllocRuns whenever the number
  * of runs changes. They do not clip: columns are 16 bits with x1 <= x2 < width, and rows must
- * exist. When a buffer cannot grow, the row keeps the runs it had and the edit is dropped; likewise
- * an edit that would give a row more than 65535 runs.
+ * exist. A span with x1 > x2, or with x2 = 65535, changes nothing. When a buffer cannot grow, the
+ * row keeps the runs it had and the edit is dropped; likewise an edit that would give a row more
+ * than 65535 runs.
  */
 
 /* Makes pixels x1 to x2 black, joining the runs they touch. */
@@ -275,6 +276,140 @@ RLE_API void rleClearRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int
  */
 RLE_API void rleMergeLineRun(RleLine* dst, RleLine* src, int32_t dx, int32_t sx1, int32_t sx2,
                              int32_t set);
+
+/* ---- Regions --------------------------------------------------------------------------------- */
+
+/*
+ * Rectangles here may reach beyond the image, or lie outside it altogether: only the part inside
+ * counts. Corners are full 32-bit numbers. A piece that is copied or cut out counts its columns and
+ * rows from the corner (x1, y1) that was asked for.
+ */
+
+/*
+ * Clips the rectangle (x1, y1)-(x2, y2) to an image of width x height pixels (16 bits each). 1 and
+ * the clipped corners when they overlap; otherwise 0, and the results are not written. An image
+ * without columns or rows overlaps nothing, nor does a rectangle with x1 > x2 or y1 > y2.
+ */
+RLE_API int32_t rleIntersectRect(int32_t width, int32_t height, int32_t x1, int32_t y1, int32_t x2,
+                                 int32_t y2, uint16_t* ox1, uint16_t* oy1, uint16_t* ox2,
+                                 uint16_t* oy2);
+
+/*
+ * A new row with pixels x1 to x2 (16 bits) of `line`, column x1 as its column 0, or null. It always
+ * has a run buffer; its tag is 0.
+ */
+RLE_API RleLine* rleCopyLine(RleLine* line, int32_t x1, int32_t x2);
+
+/*
+ * The same row as rleCopyLine; the pixels are then cleared in `line` as by rleClearLine. When there
+ * is no memory for the new row, the result is null and `line` keeps its pixels.
+ */
+RLE_API RleLine* rleCutLine(RleLine* line, int32_t x1, int32_t x2);
+
+/*
+ * A new image of x2 - x1 + 1 by y2 - y1 + 1 pixels (16 bits each) in the resolution of `rect`, with
+ * what `rect` holds inside the rectangle and white elsewhere, or null. Tags are 0.
+ */
+RLE_API RleRect* rleCopyRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2);
+
+/*
+ * The same image as rleCopyRect; the copied pixels are then cleared in `rect`. When there is no
+ * memory for the new image, the result is null and `rect` keeps all its pixels. When only a row of
+ * `rect` cannot grow to be split, that row keeps its pixels; the new image is complete all the
+ * same.
+ */
+RLE_API RleRect* rleCutRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2);
+
+/*
+ * Pastes `src` into `dst` with the top left pixel of `src` at column x, row y, which may be
+ * negative. 1 when the two overlap, else 0. Modes:
+ *
+ *   0  replace: `dst` becomes equal to `src` where they overlap
+ *   1  set: what is black in `src` becomes black
+ *   2  clear: what is black in `src` becomes white
+ *
+ * Any other mode changes nothing. A row that cannot grow keeps the runs it had.
+ */
+RLE_API int32_t rleMergeRect(RleRect* dst, int32_t x, int32_t y, RleRect* src, int32_t mode);
+
+/*
+ * Pastes the image of a polygon region as rleMergeRect does, and returns the same. In mode 0 a
+ * region with a mask replaces only what its mask covers. A region without an image pastes nothing
+ * but the clearing of its mask.
+ */
+RLE_API int32_t rleMergePoly(RleRect* dst, int32_t x, int32_t y, RlePoly* poly, int32_t mode);
+
+/*
+ * Where `mask` is white, makes `rect` white (mode 0) or black (any other mode), row by row. Mask
+ * columns that are missing count as white; rows that are missing leave those of `rect` alone. A row
+ * that cannot grow keeps the runs it had.
+ */
+RLE_API void rleMaskRect(RleRect* rect, RleRect* mask, int32_t mode);
+
+/* ---- Painting -------------------------------------------------------------------------------- */
+
+/*
+ * Paint is described by a colour, a pattern and a mode. The first line that applies decides:
+ *
+ *   colour -1, pattern not null   the pattern, laid in this mode
+ *   mode 2, colour 1              white
+ *   mode 1, colour 0              white
+ *   anything else                 black
+ *
+ * A pattern is an image that repeats as a tile in both directions. Its modes are 1, what is black
+ * in the tile becomes black; 2, what is black in the tile becomes white; and any other, the area
+ * becomes a copy of the tile. A pattern without columns or rows paints nothing.
+ *
+ * When a row's buffer cannot grow, an edit of the row is dropped and it stays valid.
+ */
+
+/*
+ * Paints n spans: span i covers widths[i] pixels from points[i] to the right. What lies outside the
+ * image is dropped; spans may overlap and are painted in order. A pattern is aligned to the image:
+ * its pixel (0, 0) lies on column 0, row 0.
+ */
+RLE_API void rleFillSpans(RleRect* image, int32_t n, RlePoint* points, int32_t* widths,
+                          int32_t colour, RleRect* pattern, int32_t mode);
+
+/*
+ * Paints the rectangle (x1, y1)-(x2, y2), clipped to the image. A pattern is aligned to column 0 of
+ * the image and to the top row of the clipped rectangle.
+ */
+RLE_API void rleFillRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2,
+                         int32_t colour, RleRect* pattern, int32_t mode);
+
+/*
+ * Lays row y (16 bits, modulo the pattern's height) of the pattern over columns x1 to x2 (16 bits)
+ * of a row, aligned to column 0. Does not clip. A null pattern paints nothing.
+ */
+RLE_API void rlePatternLine(RleLine* line, int32_t x1, int32_t x2, int32_t y, RleRect* pattern,
+                            int32_t mode);
+
+/*
+ * rlePatternLine on rows y1 to y2 (16 bits), with row 0 of the pattern on row y1. Does not clip:
+ * the rows must exist.
+ */
+RLE_API void rlePatternRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2,
+                            RleRect* pattern, int32_t mode);
+
+/* ---- Drawing --------------------------------------------------------------------------------- */
+
+/*
+ * Fills the polygon whose boundary runs through the `count` vertices and back to the first one.
+ * Vertices may lie anywhere, edges may cross, and vertices may repeat. fillRule 0 takes what the
+ * boundary encloses an odd number of times (even-odd), any other value what it winds around a
+ * number of times that is not 0 (non-zero). Colour, pattern and mode are those of rleFillSpans.
+ *
+ * Row y of the inside reaches from the ceiling of the left edge's x on that row to, but not
+ * including, the ceiling of the right edge's; the row of the lowest vertex is not filled. So the
+ * rectangle (0, 0), (10, 0), (10, 5), (0, 5) fills columns 0 to 9 of rows 0 to 4, and polygons that
+ * share an edge neither overlap nor leave a gap. Only what lies inside the image is painted.
+ *
+ * Fewer than 3 vertices paint nothing. When memory for the edges runs out nothing is painted
+ * either.
+ */
+RLE_API void rleFillPolygon(RleRect* image, int32_t count, RlePoint* points, int32_t fillRule,
+                            int32_t colour, RleRect* pattern, int32_t mode);
 
 /* ---- Bit rows -------------------------------------------------------------------------------- */
 
