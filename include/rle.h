@@ -564,6 +564,34 @@ RLE_API int32_t rleWritePoly(RleFile* file, RlePoly* poly);
 
 /* A new region, without a mask, from a polygon section and `height` rows; or null. */
 RLE_API RlePoly* rleReadPoly(RleFile* file, int32_t width, int32_t height);
+/* ---- Analysis -------------------------------------------------------------------------------- */
+
+/*
+ * The connected component of black pixels that contains column x of row y (both 16 bits), as a new
+ * image cropped to it. Pixels that touch only at a corner are connected. The new image has the
+ * resolution of `image`, 200 where that is 0, and tag 0. `left` and `top`, which may be null,
+ * receive the column and row of `image` where its upper left corner lies.
+ *
+ * Null, with `left` and `top` untouched, when the pixel is white or lies outside the image, or when
+ * memory ran out. `image` does not change. Time and memory follow the runs of the component, not
+ * the size of the image. In rows that are not valid some runs may be missed; the new image is
+ * valid all the same.
+ */
+RLE_API RleRect* rleConnected(RleRect* image, int32_t x, int32_t y, uint16_t* left, uint16_t* top);
+
+/*
+ * Finds the black pixel nearest to column x of row y, which may lie outside the image, and stores
+ * its column and row through `foundX` and `foundY`, which may be null. x, y and r are 16 bits. Of
+ * equally near pixels the uppermost is taken, then the leftmost.
+ *
+ * The search covers rows y - r to y + r - 1, and in each the runs whose `end` is at least x - r and
+ * whose `start` is at most x + r; so it finds pixels from column x - r - 1 to x + r, and with r 0
+ * none at all.
+ *
+ * 1 when there is such a pixel; otherwise 0, with nothing stored. `image` does not change.
+ */
+RLE_API int32_t rleClosest(RleRect* image, int32_t x, int32_t y, int32_t r, uint16_t* foundX,
+                           uint16_t* foundY);
 
 /* ---- Group 4 --------------------------------------------------------------------------------- */
 
