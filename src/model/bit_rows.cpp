@@ -66,16 +66,33 @@ uint64_t loadPixels(const uint8_t* bytes, size_t count) {
   return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
 }
 
-// The word that follows a pixel of the colour of `previous`'s last one: stores the columns where
-// the colour changes, for a word whose first pixel is `column`.
-uint16_t* storeChanges(uint64_t word, uint64_t previous, int64_t column, uint16_t* changes) {
-  uint64_t changed = word ^ (word >> 1 | previous << (kWordPixels - 1));
-  while (changed != 0) {
-    const int pixel = std::countl_zero(changed);
+// Marks the pixels of a word that differ from the pixel before them; `previous` is the word before.
+uint64_t changesIn(uint64_t word, uint64_t previous) {
+  return word ^ (word >> 1 | previous << (kWordPixels - 1));
+}
+
+// Stores the columns of marked pixels, for a word whose first pixel is `column`.
+uint16_t* store(uint64_t marks, int64_t column, uint16_t* changes) {
+  while (marks != 0) {
+    const int pixel = std::countl_zero(marks);
     *changes++ = uint16_t(column + pixel);
-    changed ^= kFirstPixel >> pixel;
+    marks ^= kFirstPixel >> pixel;
   }
   return changes;
+}
+
+// The same where one more place may be written to than there are marks. How many marks a word has
+// is hard to foresee for a processor, so the first four places are always written and only as many
+// are kept as there are marks.
+uint16_t* storeInRoom(uint64_t marks, int64_t column, uint16_t* changes) {
+  if (marks == 0) return changes;
+  for (int i = 0; i < 4; ++i) {
+    const int pixel = std::countl_zero(marks | 1);
+    *changes = uint16_t(column + pixel);
+    changes += marks != 0 ? 1 : 0;
+    marks &= ~(kFirstPixel >> pixel);
+  }
+  return store(marks, column, changes);
 }
 
 // Finds the runs of columns [x1, x2), x1 not negative, of a packed row and writes them, less
@@ -90,14 +107,15 @@ uint32_t findRuns(const uint8_t* bits, int64_t x1, int64_t x2, int64_t origin, R
   uint64_t previous = 0;
   for (; x2 - column >= kWordPixels; column += kWordPixels, at += sizeof(uint64_t)) {
     const uint64_t word = loadPixels(at, sizeof(uint64_t)) & mask;
-    changes = storeChanges(word, previous, column - origin, changes);
+    // There is room: so far no pixel from x2 on can have ended a run.
+    changes = storeInRoom(changesIn(word, previous), column - origin, changes);
     previous = word;
     mask = kAllPixels;
   }
   if (const int64_t left = x2 - column; left > 0) {
     mask &= ~(kAllPixels >> left);  // nor are those from x2 on
     const uint64_t word = loadPixels(at, size_t(left + 7) / 8) & mask;
-    changes = storeChanges(word, previous, column - origin, changes);
+    changes = store(changesIn(word, previous), column - origin, changes);
   }
   // Black up to a word's end at x2: no white pixel has ended the run.
   if ((changes - first) % 2 != 0) *changes++ = uint16_t(x2 - origin);
@@ -106,17 +124,18 @@ uint32_t findRuns(const uint8_t* bits, int64_t x1, int64_t x2, int64_t origin, R
 
 // Columns [x1, x2) of a packed row. Null `bits` stands for a row that is all white.
 RleLine* packColumns(const uint8_t* bits, int64_t x1, int64_t x2) {
-  if (!packCache.fit(((x2 - x1) >> 1) + 1)) return nullptr;
+  PackCache& cache = packCache;
+  if (!cache.fit(((x2 - x1) >> 1) + 1)) return nullptr;
   uint32_t found = 0;
   const int64_t first = std::max<int64_t>(x1, 0);
-  if (bits != nullptr && first < x2) found = findRuns(bits, first, x2, x1, packCache.runs);
+  if (bits != nullptr && first < x2) found = findRuns(bits, first, x2, x1, cache.runs);
   const auto count = uint16_t(found);
   OwnedLine line(rleAllocLine());
   if (!line) return nullptr;
   line->runs = rleAllocRuns(count);
   if (line->runs == nullptr) return nullptr;
   line->count = count;
-  std::copy_n(packCache.runs, count, line->runs);
+  std::copy_n(cache.runs, count, line->runs);
   return line.release();
 }
 
