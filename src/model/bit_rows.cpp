@@ -28,8 +28,26 @@ namespace {
 
 constexpr int32_t kMaxSize = 65535;  // pixels and rows of an image
 constexpr int kWordPixels = 64;
-constexpr uint64_t kFirstPixel = uint64_t{1} << (kWordPixels - 1);
+constexpr size_t kWordBytes = kWordPixels / 8;
 constexpr uint64_t kAllPixels = ~uint64_t{0};
+
+// ---- Words of 64 pixels, the leftmost one in the highest bit
+
+uint64_t inMemoryOrder(uint64_t word) {
+  return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
+}
+
+// The pixels of `count` bytes, 1 to 8, from the highest bit on; white after them.
+uint64_t loadPixels(const uint8_t* bytes, size_t count) {
+  uint64_t word = 0;
+  std::memcpy(&word, bytes, count);
+  return inMemoryOrder(word);
+}
+
+void storePixels(uint8_t* bytes, uint64_t word) {
+  word = inMemoryOrder(word);
+  std::memcpy(bytes, &word, sizeof word);
+}
 
 // ---- Packing
 
@@ -59,40 +77,25 @@ struct PackCache {
 
 constinit thread_local PackCache packCache;
 
-// The pixels of `count` bytes, 1 to 8, from the highest bit on; white after them.
-uint64_t loadPixels(const uint8_t* bytes, size_t count) {
-  uint64_t word = 0;
-  std::memcpy(&word, bytes, count);
-  return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
-}
-
 // Marks the pixels of a word that differ from the pixel before them; `previous` is the word before.
 uint64_t changesIn(uint64_t word, uint64_t previous) {
   return word ^ (word >> 1 | previous << (kWordPixels - 1));
 }
 
-// Stores the columns of marked pixels, for a word whose first pixel is `column`.
-uint16_t* store(uint64_t marks, int64_t column, uint16_t* changes) {
-  while (marks != 0) {
-    const int pixel = std::countl_zero(marks);
-    *changes++ = uint16_t(column + pixel);
-    marks ^= kFirstPixel >> pixel;
-  }
-  return changes;
+// Puts the first pixel in the lowest bit, where a mark can be dropped without a shift.
+uint64_t reversed(uint64_t word) {
+  word = (word >> 1 & 0x5555555555555555) | (word & 0x5555555555555555) << 1;
+  word = (word >> 2 & 0x3333333333333333) | (word & 0x3333333333333333) << 2;
+  word = (word >> 4 & 0x0F0F0F0F0F0F0F0F) | (word & 0x0F0F0F0F0F0F0F0F) << 4;
+  return __builtin_bswap64(word);
 }
 
-// The same where one more place may be written to than there are marks. How many marks a word has
-// is hard to foresee for a processor, so the first four places are always written and only as many
-// are kept as there are marks.
-uint16_t* storeInRoom(uint64_t marks, int64_t column, uint16_t* changes) {
+// Stores the columns of marked pixels, for a word whose first pixel is `column`.
+uint16_t* store(uint64_t marks, int64_t column, uint16_t* changes) {
   if (marks == 0) return changes;
-  for (int i = 0; i < 4; ++i) {
-    const int pixel = std::countl_zero(marks | 1);
-    *changes = uint16_t(column + pixel);
-    changes += marks != 0 ? 1 : 0;
-    marks &= ~(kFirstPixel >> pixel);
-  }
-  return store(marks, column, changes);
+  for (marks = reversed(marks); marks != 0; marks &= marks - 1)
+    *changes++ = uint16_t(column + std::countr_zero(marks));
+  return changes;
 }
 
 // Finds the runs of columns [x1, x2), x1 not negative, of a packed row and writes them, less
@@ -105,10 +108,9 @@ uint32_t findRuns(const uint8_t* bits, int64_t x1, int64_t x2, int64_t origin, R
   int64_t column = x1 / 8 * 8;                  // of the first pixel in `at`
   uint64_t mask = kAllPixels >> (x1 - column);  // pixels before x1 are not looked at
   uint64_t previous = 0;
-  for (; x2 - column >= kWordPixels; column += kWordPixels, at += sizeof(uint64_t)) {
-    const uint64_t word = loadPixels(at, sizeof(uint64_t)) & mask;
-    // There is room: so far no pixel from x2 on can have ended a run.
-    changes = storeInRoom(changesIn(word, previous), column - origin, changes);
+  for (; x2 - column >= kWordPixels; column += kWordPixels, at += kWordBytes) {
+    const uint64_t word = loadPixels(at, kWordBytes) & mask;
+    changes = store(changesIn(word, previous), column - origin, changes);
     previous = word;
     mask = kAllPixels;
   }
@@ -143,21 +145,58 @@ int64_t rowBytesOf(int32_t rowBits) { return rowBits >> 3; }  // rounds down
 
 // ---- Unpacking
 
-// Sets bits [from, to) of a packed row.
-void setBits(uint8_t* row, int64_t from, int64_t to) {
-  if (from >= to) return;
-  uint8_t* const first = row + from / 8;
-  uint8_t* const last = row + (to - 1) / 8;
-  const auto head = uint8_t(0xFF >> from % 8);
-  const auto tail = uint8_t(0xFF << (7 - (to - 1) % 8));
-  if (first == last) {
-    *first |= head & tail;
-    return;
+// Sets spans of bits in a packed row. Neighbouring spans often share a word, so bits are gathered
+// there and stored when a span lies elsewhere. A whole word is stored only where a later byte of
+// the row is about to be written anyway: no byte is touched after the last one with a bit to set.
+class BitSpans {
+ public:
+  explicit BitSpans(uint8_t* row) : row_(row) {}
+  ~BitSpans() { storeBytes(); }
+  BitSpans(const BitSpans&) = delete;
+  BitSpans& operator=(const BitSpans&) = delete;
+
+  // Sets bits [from, to), which are not none.
+  void set(uint64_t from, uint64_t to) {
+    const uint64_t first = from / kWordPixels;
+    const uint64_t last = (to - 1) / kWordPixels;
+    const uint64_t head = kAllPixels >> from % kWordPixels;
+    const uint64_t tail = ~(kAllPixels >> 1 >> (to - 1) % kWordPixels);
+    if (first != word_) {
+      if (first > word_)
+        storeWord();
+      else
+        storeBytes();
+      word_ = first;
+      gathered_ = 0;
+    }
+    if (first == last) {
+      gathered_ |= head & tail;
+      return;
+    }
+    gathered_ |= head;
+    storeWord();
+    if (last > first + 1)
+      std::memset(row_ + (first + 1) * kWordBytes, 0xFF, (last - first - 1) * kWordBytes);
+    word_ = last;
+    gathered_ = tail;
   }
-  *first |= head;
-  std::memset(first + 1, 0xFF, size_t(last - first - 1));
-  *last |= tail;
-}
+
+ private:
+  void storeWord() {
+    if (gathered_ == 0) return;
+    uint8_t* const at = row_ + word_ * kWordBytes;
+    storePixels(at, loadPixels(at, kWordBytes) | gathered_);
+  }
+
+  void storeBytes() {
+    for (uint8_t* at = row_ + word_ * kWordBytes; gathered_ != 0; gathered_ <<= 8, ++at)
+      *at |= uint8_t(gathered_ >> (kWordPixels - 8));
+  }
+
+  uint8_t* row_;
+  uint64_t word_ = 0;      // the one that bits are gathered for
+  uint64_t gathered_ = 0;  // the first pixel in the highest bit
+};
 
 // How an image's columns become bit positions of a packed row.
 struct ColumnMap {
@@ -171,21 +210,24 @@ struct ColumnMap {
 
   // The product keeps its low 32 bits.
   uint32_t scaled(int64_t column) const { return uint32_t(column - x1) * scale; }
-
-  void paint(const RleLine& line, uint8_t* row) const {
-    for (uint32_t i = 0; i < line.count; ++i) {
-      const RleRun run = line.runs[i];
-      if (run.end <= x1) continue;
-      if (run.start > end) break;  // a run that starts right at the end still counts
-      const uint32_t from = scaled(std::max<int64_t>(run.start, x1));
-      const uint32_t to = scaled(std::min<int64_t>(run.end, end));
-      // The last bit is black too when the run covers only a part of it.
-      const uint32_t covered = (to & ((1U << kFractionBits) - 1)) != 0 ? 1 : 0;
-      setBits(row, std::max<int64_t>((from >> kFractionBits) + offset, 0),
-              std::min((to >> kFractionBits) + covered + offset, limit));
-    }
-  }
 };
+
+void paint(const RleLine& line, const ColumnMap map, uint8_t* row) {
+  BitSpans spans(row);
+  const RleRun* const end = line.runs + line.count;
+  for (const RleRun* run = line.runs; run != end; ++run) {
+    if (run->end <= map.x1) continue;
+    if (run->start > map.end) break;  // a run that starts right at the end still counts
+    const uint32_t from = map.scaled(std::max<int64_t>(run->start, map.x1));
+    const uint32_t to = map.scaled(std::min<int64_t>(run->end, map.end));
+    // The last bit is black too when the run covers only a part of it.
+    const uint32_t covered = (to & ((1U << ColumnMap::kFractionBits) - 1)) != 0 ? 1 : 0;
+    const int64_t first = std::max<int64_t>((from >> ColumnMap::kFractionBits) + map.offset, 0);
+    const int64_t last =
+        std::min((to >> ColumnMap::kFractionBits) + covered + map.offset, map.limit);
+    if (first < last) spans.set(uint64_t(first), uint64_t(last));
+  }
+}
 
 ColumnMap columnMap(int32_t x1, int32_t x2, int32_t offset, int32_t limit, uint32_t scale) {
   return {x1, int64_t{x2} + 1, offset, limit, scale >> 2};
@@ -226,7 +268,7 @@ void rlePackClearCache() { rle::packCache.clear(); }
 
 int32_t rleUnPackLine(RleLine* line, int32_t x1, int32_t x2, uint8_t* rowBytes, int32_t limit,
                       uint32_t scale, int32_t offset) {
-  if (x1 <= x2) rle::columnMap(x1, x2, offset, limit, scale).paint(*line, rowBytes);
+  if (x1 <= x2) rle::paint(*line, rle::columnMap(x1, x2, offset, limit, scale), rowBytes);
   return 1;
 }
 
@@ -247,7 +289,7 @@ void rleUnPackRect(RleRect* rect, int32_t x1, int32_t x2, int32_t y1, int32_t y2
     const int64_t to = std::clamp(sourceRow(j - rowStart + 1), from + 1, yLast + 1);
     if (j >= 0)
       for (int64_t y = std::max<int64_t>(from, 0); y < to; ++y)
-        columns.paint(*rect->rows[y], bits + j * rle::rowBytesOf(rowBits));
+        rle::paint(*rect->rows[y], columns, bits + j * rle::rowBytesOf(rowBits));
     if (from == yLast) return;
   }
 }
