@@ -167,23 +167,21 @@ RleScanBucket* RleEdgeTable::newBucket() {
   return &block_->buckets[bucketsUsed_++];
 }
 
-uint32_t RleEdgeTable::collectEdges(const RlePoint* points, uint32_t count, int32_t endRow) {
-  uint32_t edgeCount = 0;
+void RleEdgeTable::collectEdges(const RlePoint* points, uint32_t count, int32_t endRow) {
   const RlePoint* from = &points[count - 1];
   for (const RlePoint* to = points; to != points + count; from = to++) {
     const bool downward = from->y < to->y;
     const RlePoint& upper = downward ? *from : *to;
     const RlePoint& lower = downward ? *to : *from;
     if (upper.y == lower.y || lower.y <= firstRow_ || upper.y >= endRow) continue;
-    RleEdge& edge = edges_[edgeCount];
-    order_[edgeCount++] = &edge;
+    RleEdge& edge = edges_[size_];
+    order_[size_++] = &edge;
     edge = edgeBetween(upper, lower);
-    edge.downward = downward ? 1 : -1;
+    edge.winding = downward ? 1 : -1;
     if (upper.y < firstRow_) stepDownRows(edge, uint64_t(int64_t{firstRow_} - upper.y));
     smallestY_ = std::min(smallestY_, joinsAt(edge));
     largestY_ = std::max(largestY_, std::min(lower.y, endRow));
   }
-  return edgeCount;
 }
 
 bool RleEdgeTable::joinsBefore(const RleEdge& a, const RleEdge& b) const {
@@ -195,10 +193,10 @@ bool RleEdgeTable::joinsBefore(const RleEdge& a, const RleEdge& b) const {
   return a.top != b.top ? a.top > b.top : &a > &b;
 }
 
-bool RleEdgeTable::fileInBuckets(uint32_t edgeCount) {
+bool RleEdgeTable::fileInBuckets() {
   RleScanBucket* bucket = &sentinel_;
   RleEdge** link = nullptr;
-  for (RleEdge* edge : std::span(order_.get(), edgeCount)) {
+  for (RleEdge* edge : std::span(order_.get(), size_)) {
     if (link == nullptr || bucket->scanline != joinsAt(*edge)) {
       bucket = bucket->next = newBucket();
       if (bucket == nullptr) return false;
@@ -216,10 +214,10 @@ bool RleEdgeTable::build(const RlePoint* points, uint32_t count, int32_t firstRo
   edges_.reset(static_cast<RleEdge*>(std::malloc(count * sizeof(RleEdge))));
   order_.reset(static_cast<RleEdge**>(std::malloc(count * sizeof(RleEdge*))));
   if (!edges_ || !order_) return false;
-  const uint32_t edgeCount = collectEdges(points, count, endRow);
-  std::sort(order_.get(), order_.get() + edgeCount,
+  collectEdges(points, count, endRow);
+  std::sort(order_.get(), order_.get() + size_,
             [this](const RleEdge* a, const RleEdge* b) { return joinsBefore(*a, *b); });
-  return fileInBuckets(edgeCount);
+  return fileInBuckets();
 }
 
 }  // namespace rle

@@ -34,7 +34,7 @@ struct RleEdge {
   int64_t increment;     // for error, with step
   RleEdge* next;         // in its bucket, the next to the right
   int32_t top;           // the first row it crosses
-  int32_t downward;      // 1 when the boundary runs down along it, 0 when it runs up
+  int32_t winding;       // 1 when the boundary runs down along it, -1 when it runs up
 };
 
 // Moves an edge to the row below.
@@ -83,18 +83,22 @@ class RleEdgeTable {
   // The topmost bucket, or null.
   const RleScanBucket* firstBucket() const { return sentinel_.next; }
 
-  // Room for a list of as many edges as the table holds.
+  // The number of edges.
+  uint32_t size() const { return size_; }
+
+  // Room for a list of that many edges.
   RleEdge** activeEdges() { return order_.get(); }
 
  private:
   // The row on which an edge joins the scan.
   int32_t joinsAt(const RleEdge& edge) const { return std::max(edge.top, firstRow_); }
   bool joinsBefore(const RleEdge& a, const RleEdge& b) const;
-  uint32_t collectEdges(const RlePoint* points, uint32_t count, int32_t endRow);
-  bool fileInBuckets(uint32_t edgeCount);
+  void collectEdges(const RlePoint* points, uint32_t count, int32_t endRow);
+  bool fileInBuckets();
   RleScanBucket* newBucket();
 
   int32_t firstRow_ = 0;
+  uint32_t size_ = 0;
   int32_t smallestY_ = 2147483647;
   int32_t largestY_ = -2147483647;
   OwnedEdges edges_;
