@@ -371,6 +371,57 @@ RLE_API RlePoly* rleRotatePoly(RlePoly* poly, double angle, double* cornerX, dou
 
 /* ---- Group 4 --------------------------------------------------------------------------------- */
 
+/* ---- One-strip TIFF -------------------------------------------------------------------------- */
+
+/*
+ * The one kind of TIFF file that the library reads and writes by itself: a single directory, a
+ * single strip, CCITT T.6 data.
+ */
+
+/* What the directory of such a file says. */
+typedef struct RleTiffG4Info {
+  uint32_t width;       /* pixels per row, below 65535 */
+  uint32_t height;      /* rows, 1 to 65534 */
+  uint32_t xResolution; /* dots per inch; 72 when the file does not say */
+  uint32_t yResolution;
+  uint32_t stripOffset; /* where the data begins, in bytes from the start of the stream */
+  uint32_t photometric; /* set to 0, white is zero, when the file says so */
+  uint32_t fillOrder;   /* 1 when the left pixel of a byte is its high bit, as it is unless the file
+                           says otherwise; 2 when it is the low bit */
+} RleTiffG4Info;
+
+/*
+ * Writes the 186-byte header after which the strip data follows. The stream must be big-endian and
+ * stand at its start, because the offsets in the header count from there; it is left at 186. The
+ * byte count of the strip is 0 until it is patched.
+ *
+ * `resolution` is in dots per inch. White is zero when `colourType` modulo 5 is 4, and black is
+ * zero otherwise. `lsbFirst` not 0 says that the data has the left pixel of a byte in its low bit,
+ * as rleUnloadRectFromCCITTG4 writes it. 1, or 0 after the first write that failed.
+ */
+RLE_API int32_t rleWriteTiffHeader(RleStream* stream, uint32_t width, uint32_t height,
+                                   uint32_t resolution, int32_t colourType, int32_t lsbFirst);
+
+/*
+ * Each of these puts one number into a header that is already there, at the start of a big-endian
+ * stream: the width and height in pixels, and the bytes of strip data. The stream is left behind
+ * the entry written, at 22, 34 or 130. 1, or 0 when the seek or a write failed.
+ */
+RLE_API int32_t rleReWriteWidthOfOneStripTiffTag(RleStream* stream, uint32_t width);
+RLE_API int32_t rleReWriteHeightOfOneStripTiffTag(RleStream* stream, uint32_t height);
+RLE_API int32_t rleReWriteByteCountOfTiffTag(RleStream* stream, uint32_t byteCount);
+
+/*
+ * 1 when the stream holds a one-strip Group 4 TIFF file of either byte order, 0 when it holds
+ * anything else or cannot be read. The file header is expected at the current position, and offsets
+ * in the file count from the start of the stream. The stream gets back the position and the byte
+ * order it had; but where the file was cut off its error state stays set.
+ *
+ * `info` receives what was found, as far as the reading went; fields that the file does not mention
+ * keep their values, so clear the record first. It may be null.
+ */
+RLE_API int32_t rleReadOneStripTiffG4Info(RleStream* stream, RleTiffG4Info* info);
+
 #ifdef __cplusplus
 }
 #endif
