@@ -592,6 +592,98 @@ RLE_API RleRect* rleConnected(RleRect* image, int32_t x, int32_t y, uint16_t* le
  */
 RLE_API int32_t rleClosest(RleRect* image, int32_t x, int32_t y, int32_t r, uint16_t* foundX,
                            uint16_t* foundY);
+/* ---- Transforms ------------------------------------------------------------------------------ */
+
+/*
+ * Turns go counter-clockwise as seen with row 0 at the top. Vertices of a polygon region lie on
+ * the same grid as its pixels.
+ */
+
+/* Mirrors a row left to right in place: column x moves to width - 1 - x (width: 16 bits). */
+RLE_API void rleMirrorLine(RleLine* line, int32_t width);
+
+/* Flips an image top to bottom (X: about the horizontal axis) or left to right (Y), in place. */
+RLE_API void rleMirrorRectX(RleRect* rect);
+RLE_API void rleMirrorRectY(RleRect* rect);
+
+/*
+ * The same for a region: its image, its mask unless null, and its vertices, y to height - y (X) or
+ * x to width - x (Y) of the image. A region without an image is left as it is.
+ */
+RLE_API void rleMirrorPolyX(RlePoly* poly);
+RLE_API void rleMirrorPolyY(RlePoly* poly);
+
+/*
+ * A new image turned by `turns` quarters, 0 to 3; null for more, and when memory runs out. With W
+ * and H the size of `rect`, pixel (x, y) moves to
+ *
+ *   0  (x, y)                  a copy, as rleDupRect makes it
+ *   1  (y, W - 1 - x)          tag and resolution are copied, row tags are 0
+ *   2  (W - 1 - x, H - 1 - y)  tag 0, resolution 200 for 0; row tags are copied
+ *   3  (H - 1 - y, x)          as 1
+ *
+ * Turns by 1 and 3 give null for an image of fewer than two rows.
+ */
+RLE_API RleRect* rleQRotateRect(RleRect* rect, uint32_t turns);
+
+/*
+ * Scale factors are fixed-point numbers with 15 fraction bits: 32768 is 1.0, 16384 halves. Sizes
+ * and columns of a result keep their low 16 bits, so the caller keeps them below 65536. Runs that
+ * shrink to nothing vanish, and runs that come to touch become one.
+ *
+ * rleScaleLine makes a new row with both ends of every run rounded down, rleNNScaleLine rounds them
+ * to the nearest, halves upwards. The result of a row without runs has its tag and no buffer; any
+ * other has tag 0 and a buffer for the runs that are left. A factor of 0 leaves none.
+ */
+RLE_API RleLine* rleScaleLine(RleLine* line, uint32_t factor);
+RLE_API RleLine* rleNNScaleLine(RleLine* line, uint32_t factor);
+
+/*
+ * These scale an image in place, its width by xFactor and its height by yFactor (of which the two
+ * lowest bits do not count). A factor of 0 changes nothing, and when memory runs out the image
+ * stays as it is; its tag and resolution stay in any case.
+ *
+ * rleScaleRect picks rows and rounds down. rleNNScaleRect picks and rounds to the nearest.
+ * rleMinScaleRect blackens a pixel when any source pixel that it covers is black, so that thin
+ * strokes survive a reduction; sizes are rounded up, and all row tags are 0.
+ */
+RLE_API void rleScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
+RLE_API void rleNNScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
+RLE_API void rleMinScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
+
+/*
+ * rleScaleRect on the images of a region, and its vertices scaled and rounded down. With one factor
+ * 0 the images stay as they are and the vertices move along the other axis only.
+ */
+RLE_API void rleScalePoly(RlePoly* poly, uint32_t xFactor, uint32_t yFactor);
+
+/*
+ * Scales with rleScaleRect, or rleScalePoly, from the image's resolution to `resolution` (dots per
+ * inch) and stores that, keeping its low 16 bits. Where no factor leads from one to the other (a
+ * resolution of 0, a negative one, a factor of 2^17 or more), and when memory runs out, only the
+ * stored value changes. A region without an image is left as it is.
+ */
+RLE_API void rleChangeResRect(RleRect* rect, int32_t resolution);
+RLE_API void rleChangeResPoly(RlePoly* poly, int32_t resolution);
+
+/*
+ * A new image that just holds `rect` turned by `angle` degrees (any finite value), with tag 0 and
+ * the same resolution (200 for 0). cornerX and cornerY receive the place of the source's top left
+ * corner in the result, in pixels from its top left. Null, with both corners 0, for a null image,
+ * one without rows, and an angle that is not finite; null when memory runs out.
+ *
+ * Multiples of 90 degrees are turned like any other angle; rleQRotateRect is exact.
+ */
+RLE_API RleRect* rleRotateRect(RleRect* rect, double angle, double* cornerX, double* cornerY);
+
+/*
+ * A new region turned by `angle` degrees, by quarter turns within 0.001 degrees of one. Its mask is
+ * the turned polygon, even-odd, and its image is white outside of it; a region without vertices
+ * gets the four corner pixels of its image as polygon. Corners as for rleRotateRect. Null, with
+ * both corners 0, for a region without an image; null when the image cannot be turned or memory
+ * runs out.
+ */
+RLE_API RlePoly* rleRotatePoly(RlePoly* poly, double angle, double* cornerX, double* cornerY);
 
 /* ---- Group 4 --------------------------------------------------------------------------------- */
 
