@@ -6,18 +6,21 @@
 //     [2, 5)   ..###....
 //     [5, 8)   .....###.
 //
-// The trace starts at the seed run. A run that has been found waits on a stack of the heap until
-// its turn comes to be looked around from; the neighbours of a run stand side by side in the row
-// above and in the row below, where a binary search finds the first of them. Which runs have been
-// found is kept as bits in a hash table, 64 bits to an entry, so that a whole stretch of neighbours
-// is tested and marked at once, and memory follows the component and not the page. In the end the
-// table, sorted, lists the component row by row and from left to right.
+// The trace starts at the seed run. A run that has been found waits until its row's turn comes;
+// then all waiting runs of the row are looked around from together, from left to right, while one
+// cursor moves along the row above and one along the row below. Turns go on from row to row in one
+// direction as long as runs wait there, which gathers many in a turn where the component is wide.
+//
+// Every row that is reached has two bits for each of its runs, found and waiting, so no run waits
+// twice. Memory follows the rows that the component reaches, a sixteenth of what their runs take,
+// and not the page; nothing here needs the call stack.
 
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
 #include <memory>
 #include <span>
+#include <utility>
 
 #include "model/owners.h"
 #include "model/runs.h"
@@ -31,114 +34,133 @@ struct HeapFree {
 template <class T>
 using HeapArray = std::unique_ptr<T[], HeapFree>;
 
-constexpr uint32_t kIndexBits = 16;  // a run's index in its row, as RleLine::count
-constexpr uint32_t kBlockRuns = 64;  // runs to a block
-constexpr uint32_t kBlockBits = 10;  // a block's number in its row: kIndexBits less those of 64
+constexpr uint32_t kWordBits = 64;
+constexpr uint32_t kNoRow = UINT32_MAX;
 
-// Some runs of a row: bit i stands for run 64 * number + i. No bits mark a free place in a table.
-struct RunBlock {
-  uint64_t runs;
-  uint32_t key;  // row << kBlockBits | number
-
-  uint32_t row() const { return key >> kBlockBits; }
-  uint32_t firstRun() const { return key % (1U << kBlockBits) * kBlockRuns; }
+// A row that the trace has reached, or not yet reached while all is zero.
+struct RowState {
+  size_t bits;            // where its words begin in the pool: those found, then those waiting
+  uint32_t nextListed;    // the next row on the list of rows to look at
+  uint16_t firstWaiting;  // words [firstWaiting, endWaiting) hold all waiting runs
+  uint16_t endWaiting;
+  bool reached;
+  bool listed;
 };
 
-// A set of runs: an open hash table of blocks, at most half full.
-class RunSet {
+// The states of a range of rows that grows at both ends, and the pool of their bits.
+class RowStates {
  public:
-  // Adds runs to a block, setting `added` to those that were not in it. False when memory ran out.
-  bool add(uint32_t key, uint64_t runs, uint64_t& added) {
-    if (used_ >= size() / 2 && !grow()) return false;
-    RunBlock& block = placeOf(key);
-    if (block.runs == 0) {
-      block.key = key;
-      ++used_;
-    }
-    added = runs & ~block.runs;
-    block.runs |= runs;
-    return true;
+  RowState& operator[](uint32_t y) { return states_[y - first_]; }
+  uint64_t* bitsOf(uint32_t y) { return pool_.get() + states_[y - first_].bits; }
+
+  bool waits(uint32_t y) const {
+    return y - first_ < size_ && states_[y - first_].firstWaiting < states_[y - first_].endWaiting;
   }
 
-  // The blocks by row and then from left to right. The set is no longer a set afterwards.
-  std::span<const RunBlock> takeSorted() {
-    RunBlock* const end = std::remove_if(blocks_.get(), blocks_.get() + size(),
-                                         [](const RunBlock& block) { return block.runs == 0; });
-    std::sort(blocks_.get(), end,
-              [](const RunBlock& a, const RunBlock& b) { return a.key < b.key; });
-    return {blocks_.get(), end};
-  }
-
- private:
-  static constexpr uint32_t kFirstSizeBits = 6;
-
-  size_t size() const { return sizeBits_ == 0 ? 0 : size_t{1} << sizeBits_; }
-
-  // The block with this key, or the free place where it belongs.
-  RunBlock& placeOf(uint32_t key) {
-    // The golden ratio spreads keys in arithmetic progression evenly, such as one block a row.
-    const uint64_t hash = key * 0x9E3779B97F4A7C15U;
-    for (size_t place = hash >> (64 - sizeBits_);; ++place) {
-      RunBlock& block = blocks_[place & (size() - 1)];
-      if (block.runs == 0 || block.key == key) return block;
-    }
-  }
-
-  bool grow() {
-    const uint32_t newBits = sizeBits_ == 0 ? kFirstSizeBits : sizeBits_ + 1;
-    HeapArray<RunBlock> old(
-        static_cast<RunBlock*>(std::calloc(size_t{1} << newBits, sizeof(RunBlock))));
-    if (!old) return false;
-    old.swap(blocks_);
-    const std::span oldBlocks(old.get(), size());
-    sizeBits_ = newBits;
-    for (const RunBlock& block : oldBlocks)
-      if (block.runs != 0) placeOf(block.key) = block;
-    return true;
-  }
-
-  HeapArray<RunBlock> blocks_;
-  uint32_t sizeBits_ = 0;
-  size_t used_ = 0;
-};
-
-// Runs, each as row << kIndexBits | index.
-class RunStack {
- public:
-  bool empty() const { return count_ == 0; }
-  uint32_t pop() { return runs_[--count_]; }
-
-  bool push(uint32_t run) {
-    if (count_ == capacity_ && !grow()) return false;
-    runs_[count_++] = run;
+  // Gives row y of so many words its state; the pool may move. The row lies beside one reached
+  // before, or is the first. False when memory ran out.
+  bool reach(uint32_t y, size_t words) {
+    if (y - first_ >= size_ && !growStates(y)) return false;
+    RowState& state = states_[y - first_];
+    if (state.reached) return true;
+    if (poolSize_ - poolUsed_ < 2 * words && !growPool(2 * words)) return false;
+    state.bits = poolUsed_;
+    state.reached = true;
+    std::fill_n(pool_.get() + poolUsed_, 2 * words, 0);
+    poolUsed_ += 2 * words;
     return true;
   }
 
  private:
-  static constexpr size_t kFirstCapacity = 64;
+  static constexpr uint32_t kFirstRows = 64;
+  static constexpr size_t kFirstWords = 256;
 
-  bool grow() {
-    const size_t capacity = capacity_ == 0 ? kFirstCapacity : capacity_ * 2;
-    void* const grown = std::realloc(runs_.get(), capacity * sizeof(uint32_t));
+  bool growStates(uint32_t y) {
+    const uint32_t size = std::max(kFirstRows, 2 * size_);
+    if (size_ == 0) first_ = y - std::min(y, size / 2);
+    const uint32_t first = y < first_ ? first_ - std::min(first_, size - size_) : first_;
+    HeapArray<RowState> grown(static_cast<RowState*>(std::calloc(size, sizeof(RowState))));
+    if (!grown) return false;
+    std::copy_n(states_.get(), size_, grown.get() + (first_ - first));
+    states_ = std::move(grown);
+    first_ = first;
+    size_ = size;
+    return true;
+  }
+
+  bool growPool(size_t words) {
+    const size_t size = std::max({kFirstWords, 2 * poolSize_, poolUsed_ + words});
+    void* const grown = std::realloc(pool_.get(), size * sizeof(uint64_t));
     if (grown == nullptr) return false;
-    (void)runs_.release();
-    runs_.reset(static_cast<uint32_t*>(grown));
-    capacity_ = capacity;
+    (void)pool_.release();
+    pool_.reset(static_cast<uint64_t*>(grown));
+    poolSize_ = size;
     return true;
   }
 
-  HeapArray<uint32_t> runs_;
-  size_t count_ = 0;
-  size_t capacity_ = 0;
+  HeapArray<RowState> states_;  // of rows first_ to first_ + size_ - 1
+  uint32_t first_ = 0;
+  uint32_t size_ = 0;
+  HeapArray<uint64_t> pool_;
+  size_t poolUsed_ = 0;
+  size_t poolSize_ = 0;
 };
 
 std::span<const RleRun> runsOf(const RleLine& line) { return {line.runs, line.count}; }
 
-// The place of the first run of a row that ends at x or later.
-uint32_t firstRunEndingFrom(std::span<const RleRun> runs, uint32_t x) {
-  const auto ends = [x](RleRun run) { return run.end < x; };
-  return uint32_t(std::partition_point(runs.begin(), runs.end(), ends) - runs.begin());
+size_t wordsOf(const RleLine& line) { return (line.count + kWordBits - 1) / kWordBits; }
+
+// The place of the first run from `at` on that ends at x or later. Quick when it is near.
+uint32_t firstRunEndingFrom(std::span<const RleRun> runs, uint32_t at, uint32_t x) {
+  const auto count = uint32_t(runs.size());
+  for (uint32_t step = 1; at < count && runs[at].end < x; step *= 2) {
+    const uint32_t next = std::min(at + step, count);
+    if (next == count || runs[next].end >= x) {
+      const auto endsBefore = [x](RleRun run) { return run.end < x; };
+      const RleRun* const first = runs.data() + at + 1;
+      return uint32_t(std::partition_point(first, runs.data() + next, endsBefore) - runs.data());
+    }
+    at = next;
+  }
+  return at;
 }
+
+// Moves along a row beside the one that is looked around from.
+class Neighbours {
+ public:
+  Neighbours() = default;  // of a row at the image's edge
+  Neighbours(const RleLine& line, uint64_t* bits)
+      : runs_(runsOf(line)), found_(bits), waiting_(bits + wordsOf(line)) {}
+
+  // Finds the runs that are connected with `run`, each time one further to the right.
+  void take(RleRun run) {
+    at_ = firstRunEndingFrom(runs_, at_, run.start);
+    for (uint32_t i = at_; i < runs_.size() && runs_[i].start <= run.end; ++i) {
+      const uint32_t word = i / kWordBits;
+      const uint64_t added = uint64_t{1} << i % kWordBits & ~found_[word];
+      if (added != 0) {
+        found_[word] |= added;
+        waiting_[word] |= added;
+        first_ = std::min(first_, word);
+        end_ = word + 1;
+      }
+      at_ = i;
+    }
+  }
+
+  // Whether runs were found that had not been found before, in words [first(), end()).
+  bool foundNew() const { return first_ < end_; }
+  uint32_t first() const { return first_; }
+  uint32_t end() const { return end_; }
+
+ private:
+  std::span<const RleRun> runs_;
+  uint64_t* found_ = nullptr;
+  uint64_t* waiting_ = nullptr;
+  uint32_t at_ = 0;
+  uint32_t first_ = UINT32_MAX;
+  uint32_t end_ = 0;
+};
 
 // A row that gets `count` runs one by one has its buffer fitted after each by rleReAllocRuns, which
 // leaves a buffer with much to spare as it is. Returns the count at the last change, so that
@@ -176,18 +198,20 @@ class Component {
 
   // Finds all runs connected with run `seed` of row y. False when memory ran out.
   bool trace(uint32_t y, uint32_t seed) {
+    if (!reach(y)) return false;
+    const uint32_t word = seed / kWordBits;
+    foundBits(y)[word] = waitingBits(y)[word] = uint64_t{1} << seed % kWordBits;
+    wait(y, word, word + 1);
     top_ = bottom_ = y;
-    if (!take(y, seed, seed + 1)) return false;
-    while (!waiting_.empty()) {
-      const uint32_t next = waiting_.pop();
-      const uint32_t row = next >> kIndexBits;
-      const RleRun run = image_.rows[row]->runs[next % (1U << kIndexBits)];
-      left_ = std::min<uint32_t>(left_, run.start);
-      right_ = std::max<uint32_t>(right_, run.end);
-      top_ = std::min(top_, row);
-      bottom_ = std::max(bottom_, row);
-      if (row > 0 && !takeNeighbours(row - 1, run)) return false;
-      if (row + 1 < image_.height && !takeNeighbours(row + 1, run)) return false;
+    for (uint32_t step = 1; listed_ != kNoRow;) {
+      uint32_t row = listed_;
+      listed_ = rows_[row].nextListed;
+      rows_[row].listed = false;
+      while (rows_.waits(row)) {
+        if (!lookAround(row)) return false;
+        if (!rows_.waits(row + step)) step = 0 - step;
+        row += step;  // -1 wraps, and is no row that waits
+      }
     }
     return true;
   }
@@ -195,73 +219,89 @@ class Component {
   uint32_t left() const { return left_; }
   uint32_t top() const { return top_; }
 
-  // The traced component as an image of its own, or null. Ends the component.
-  OwnedRect takeImage() {
+  // The traced component as an image of its own, or null when memory ran out.
+  OwnedRect toImage() {
     OwnedRect result(rleNewRect(right_ - left_, bottom_ - top_ + 1, image_.resolution));
     if (!result) return nullptr;
-    std::span<const RunBlock> blocks = found_.takeSorted();
-    while (!blocks.empty()) {
-      const uint32_t y = blocks.front().row();
-      const auto nextRow = std::find_if(blocks.begin(), blocks.end(),
-                                        [y](const RunBlock& block) { return block.row() != y; });
-      const auto rowBlocks = size_t(nextRow - blocks.begin());
+    for (uint32_t y = top_; y <= bottom_; ++y) {
       RleLine& line = *result->rows[y - top_];
-      if (!copyRow(line, y, blocks.first(rowBlocks))) return nullptr;
+      if (!copyRow(line, y)) return nullptr;
       // Only a source row that was not valid itself can give one that is not.
       if (rleCheckLine(&line, result->width) != 1) makeValid(line);
-      blocks = blocks.subspan(rowBlocks);
     }
     return result;
   }
 
  private:
-  // Takes the runs of row y that are connected with `run` of a row beside it.
-  bool takeNeighbours(uint32_t y, RleRun run) {
-    const std::span<const RleRun> runs = runsOf(*image_.rows[y]);
-    const uint32_t first = firstRunEndingFrom(runs, run.start);
-    uint32_t end = first;
-    while (end < runs.size() && runs[end].start <= run.end) ++end;
-    return take(y, first, end);
-  }
+  uint64_t* foundBits(uint32_t y) { return rows_.bitsOf(y); }
+  uint64_t* waitingBits(uint32_t y) { return rows_.bitsOf(y) + wordsOf(*image_.rows[y]); }
+  bool reach(uint32_t y) { return rows_.reach(y, wordsOf(*image_.rows[y])); }
 
-  // Takes runs [first, end) of row y into the component, and has those that are new in it wait.
-  bool take(uint32_t y, uint32_t first, uint32_t end) {
-    while (first < end) {
-      const uint32_t number = first / kBlockRuns;
-      const uint32_t blockEnd = std::min(end, (number + 1) * kBlockRuns);
-      const uint64_t stretch = ~uint64_t{0} >> (kBlockRuns - (blockEnd - first));
-      uint64_t added = 0;
-      if (!found_.add(y << kBlockBits | number, stretch << first % kBlockRuns, added)) return false;
-      for (; added != 0; added &= added - 1) {
-        const uint32_t index = number * kBlockRuns + uint32_t(std::countr_zero(added));
-        if (!waiting_.push(y << kIndexBits | index)) return false;
+  // Looks around from all waiting runs of row y.
+  bool lookAround(uint32_t y) {
+    const bool hasAbove = y > 0;
+    const bool hasBelow = y + 1 < image_.height;
+    if ((hasAbove && !reach(y - 1)) || (hasBelow && !reach(y + 1))) return false;
+    top_ = std::min(top_, y);
+    bottom_ = std::max(bottom_, y);
+    Neighbours above;
+    Neighbours below;
+    if (hasAbove) above = Neighbours(*image_.rows[y - 1], foundBits(y - 1));
+    if (hasBelow) below = Neighbours(*image_.rows[y + 1], foundBits(y + 1));
+    uint64_t* const waiting = waitingBits(y);
+    RowState& state = rows_[y];
+    for (size_t word = state.firstWaiting; word < state.endWaiting; ++word) {
+      const RleRun* const runs = image_.rows[y]->runs + word * kWordBits;
+      for (uint64_t rest = std::exchange(waiting[word], 0); rest != 0; rest &= rest - 1) {
+        const RleRun run = runs[std::countr_zero(rest)];
+        left_ = std::min<uint32_t>(left_, run.start);
+        right_ = std::max<uint32_t>(right_, run.end);
+        above.take(run);
+        below.take(run);
       }
-      first = blockEnd;
     }
+    state.firstWaiting = state.endWaiting = 0;
+    if (above.foundNew()) wait(y - 1, above.first(), above.end());
+    if (below.foundNew()) wait(y + 1, below.first(), below.end());
     return true;
   }
 
-  // Gives `line` the runs of row y that stand in `blocks`, moved to the left edge of the box. Empty
-  // runs, which no valid row has, stay behind.
-  bool copyRow(RleLine& line, uint32_t y, std::span<const RunBlock> blocks) const {
+  // Notes that runs of row y wait in words [first, end).
+  void wait(uint32_t y, uint32_t first, uint32_t end) {
+    RowState& state = rows_[y];
+    const bool waits = rows_.waits(y);
+    state.firstWaiting = uint16_t(waits ? std::min<uint32_t>(state.firstWaiting, first) : first);
+    state.endWaiting = uint16_t(std::max<uint32_t>(state.endWaiting, end));
+    if (state.listed) return;
+    state.listed = true;
+    state.nextListed = listed_;
+    listed_ = y;
+  }
+
+  // Gives `line` the runs found in row y, moved to the left edge of the box. Empty runs, which no
+  // valid row has, stay behind.
+  bool copyRow(RleLine& line, uint32_t y) {
+    const std::span found(foundBits(y), wordsOf(*image_.rows[y]));
     uint32_t count = 0;
-    for (const RunBlock& block : blocks) count += uint32_t(std::popcount(block.runs));
+    for (const uint64_t word : found) count += uint32_t(std::popcount(word));
     line.runs = rleAllocRuns(lastFittedCount(count));
     if (line.runs == nullptr) return false;
-    for (const RunBlock& block : blocks) {
-      const RleRun* const source = image_.rows[y]->runs + block.firstRun();
-      for (uint64_t rest = block.runs; rest != 0; rest &= rest - 1) {
+    const RleRun* source = image_.rows[y]->runs;
+    RleRun* end = line.runs;
+    for (const uint64_t word : found) {
+      for (uint64_t rest = word; rest != 0; rest &= rest - 1) {
         const RleRun run = source[std::countr_zero(rest)];
-        if (run.start < run.end)
-          line.runs[line.count++] = {uint16_t(run.start - left_), uint16_t(run.end - left_)};
+        if (run.start < run.end) *end++ = {uint16_t(run.start - left_), uint16_t(run.end - left_)};
       }
+      source += kWordBits;
     }
+    line.count = uint16_t(end - line.runs);
     return true;
   }
 
   const RleRect& image_;
-  RunSet found_;
-  RunStack waiting_;
+  RowStates rows_;
+  uint32_t listed_ = kNoRow;  // the first of the rows to look at
   uint32_t left_ = UINT16_MAX;
   uint32_t right_ = 0;
   uint32_t top_ = 0;
@@ -277,11 +317,11 @@ extern "C" RleRect* rleConnected(RleRect* image, int32_t x, int32_t y, uint16_t*
   const uint32_t row = uint16_t(y);
   if (row >= image->height) return nullptr;
   const auto runs = rle::runsOf(*image->rows[row]);
-  const uint32_t seed = rle::firstRunEndingFrom(runs, column + 1);
+  const uint32_t seed = rle::firstRunEndingFrom(runs, 0, column + 1);
   if (seed == runs.size() || column < runs[seed].start || column >= runs[seed].end) return nullptr;
   rle::Component component(*image);
   if (!component.trace(row, seed)) return nullptr;
-  rle::OwnedRect result = component.takeImage();
+  rle::OwnedRect result = component.toImage();
   if (!result) return nullptr;
   if (left != nullptr) *left = uint16_t(component.left());
   if (top != nullptr) *top = uint16_t(component.top());

@@ -63,6 +63,18 @@ Lanes load(const uint16_t* elements) {
   return lanes;
 }
 
+// Eight signed bytes as lanes.
+Lanes widened(const int8_t* bytes) {
+  ByteLanes packed;
+  std::memcpy(&packed, bytes, sizeof packed);
+  // Each byte twice; the shift keeps the upper one with its sign.
+  return Lanes(__builtin_shufflevector(packed, packed, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7,
+                                       7)) >>
+         8;
+}
+
+Lanes greater(Lanes a, Lanes b) { return a > b ? a : b; }
+
 consteval std::array<uint8_t, 256> byteBits(bool reversed) {
   std::array<uint8_t, 256> bits{};
   for (uint32_t byte = 0; byte < 256; ++byte)
@@ -112,18 +124,18 @@ class RowDecoder::Row {
   bool verticals(const Step& step) {
     if (width_ > kMaxLaneWidth) [[unlikely]]
       return false;
-    ByteLanes packed;
-    std::memcpy(&packed, step.offsets, sizeof packed);
-    const Lanes offsets = __builtin_convertvector(packed, Lanes);
-    const Lanes elements = load(reference_ + b1_) + offsets;
+    const uint16_t* const b1 = reference_ + b1_;
+    const Lanes offsets = widened(step.offsets);
+    const Lanes elements = load(b1) + offsets;
+    // Greater than the element before it and not less than the reference's element before b1.
     const Lanes a0 = {int16_t(a0_)};
-    const Lanes before = __builtin_shufflevector(a0, elements, 0, 8, 9, 10, 11, 12, 13, 14);
-    const Lanes inOrder = (elements > before) & (elements >= load(reference_ + b1_ - 1)) &
-                          (elements < load(reference_ + b1_ + 1));
+    const Lanes below = greater(load(b1 - 1) + greater(widened(&step.before), Lanes{} - 1), a0);
+    const Lanes inOrder = (elements > below) & (load(b1 + 1) > elements);
     const Lanes settled = inOrder | (offsets == int16_t{kNoOffset});
     uint64_t halves[2];
     std::memcpy(halves, &settled, sizeof halves);
-    if ((halves[0] & halves[1]) != UINT64_MAX) return false;
+    if ((halves[0] & halves[1]) != UINT64_MAX) [[unlikely]]
+      return false;
     std::memcpy(end_, &elements, sizeof elements);
     end_ += step.count;
     b1_ += step.count;
@@ -143,7 +155,6 @@ class RowDecoder::Row {
   void pass() {
     a0_ = reference_[b1_ + 1];
     b1_ += 2;
-    findB1();
   }
 
   // Takes the two runs of a horizontal code; false when that fails.
@@ -209,6 +220,9 @@ class RowDecoder::Row {
 
   void findB1() {
     if (complete()) return;
+    // Few elements are passed as a rule, but their number is anyone's guess: no branches at first.
+    b1_ += reference_[b1_] <= a0_ ? 2 : 0;
+    b1_ += reference_[b1_] <= a0_ ? 2 : 0;
     while (reference_[b1_] <= a0_) b1_ += 2;
   }
 
@@ -259,33 +273,25 @@ RowDecoder::Result RowDecoder::next() {
         if (row.complete()) return finish(row, bits >> used);
       }
     }
-    switch (step->stop) {
-      case Mode::Vertical: {
-        const int32_t byte = row.nextByte();
-        if (byte < 0) return Result::Damaged;
-        bits = uint32_t(byte) | 0x100;
-        step = &kSteps[step->next + uint32_t(byte)];
-        continue;
-      }
-      case Mode::Horizontal: {
-        bits >>= step->used;
-        const auto count = uint32_t(std::bit_width(bits)) - 1;
-        Bits in{bits ^ 1U << count, count};
-        if (!row.horizontal(in)) return Result::Damaged;
-        bits = in.bits | 1U << in.count;
-        break;
-      }
-      case Mode::Pass:
-        row.pass();
-        bits >>= step->used;
-        break;
-      case Mode::Eol:
-        if (eolSeen_) return Result::End;
-        eolSeen_ = true;
-        bits >>= step->used;
-        break;
-      case Mode::Invalid:
-        return Result::Damaged;
+    if (step->stop == Mode::Vertical) {
+      const int32_t byte = row.nextByte();
+      if (byte < 0) return Result::Damaged;
+      bits = uint32_t(byte) | 0x100;
+      step = &kSteps[step->next + uint32_t(byte)];
+      continue;
+    }
+    bits >>= step->used;
+    if (step->stop == Mode::Horizontal) {
+      const auto count = uint32_t(std::bit_width(bits)) - 1;
+      Bits in{bits ^ 1U << count, count};
+      if (!row.horizontal(in)) return Result::Damaged;
+      bits = in.bits | 1U << in.count;
+    } else if (step->stop == Mode::Pass) {
+      row.pass();
+    } else {
+      if (step->stop == Mode::Invalid) return Result::Damaged;
+      if (eolSeen_) return Result::End;
+      eolSeen_ = true;
     }
     if (row.complete()) return finish(row, bits);
     step = &kSteps[kPartialSteps + bits];

@@ -32,6 +32,7 @@ constexpr int8_t kNoOffset = INT8_MIN;
 constexpr uint32_t kStepsPerNode = 256;
 
 struct alignas(16) Step {
+  int8_t before;      // kNoOffset: what stands in front of the first offset
   int8_t offsets[8];  // of the vertical codes, kNoOffset behind the last
   uint8_t count;      // how many
   Mode stop;          // the code that ends the step; Vertical when all bits are used up
@@ -39,6 +40,7 @@ struct alignas(16) Step {
   uint8_t begun;      // bits of the first code that came before this step's bits
   uint16_t next;      // where the steps of the next byte start, when all bits are used up
 };
+static_assert(offsetof(Step, offsets) == 1);
 
 struct ModeTree {
   static constexpr size_t kInnerNodes = std::size(kModeCodes) - 1;
@@ -73,6 +75,7 @@ constexpr uint32_t kPartialSteps = ModeTree::kInnerNodes * kStepsPerNode;
 
 consteval Step makeStep(const ModeTree& tree, size_t node, uint32_t bits, uint32_t bitCount) {
   Step step{};
+  step.before = kNoOffset;
   for (int8_t& offset : step.offsets) offset = kNoOffset;
   step.begun = tree.nodes[node].depth;
   for (uint32_t i = 0; i < bitCount; ++i) {

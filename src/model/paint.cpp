@@ -1,20 +1,13 @@
 // Painting: spans and rectangles in black, in white, or with a tile that repeats.
 
+#include "model/paint.h"
+
 #include "model/clip.h"
 #include "model/row_edits.h"
 #include "rle.h"
 
 namespace rle {
 namespace {
-
-enum class Paint { Black, White, Pattern };
-
-Paint paintFor(int32_t colour, const RleRect* pattern, int32_t mode) {
-  if (colour == -1 && pattern != nullptr) return Paint::Pattern;
-  if (mode == 2 && colour == 1) return Paint::White;
-  if (mode == 1 && colour == 0) return Paint::White;
-  return Paint::Black;
-}
 
 // Lays one piece of a tile row, at most as wide as the tile.
 template <class Edits>
@@ -50,6 +43,32 @@ void layPattern(RleLine& row, uint32_t start, uint32_t end, uint16_t y, const Rl
 }
 
 }  // namespace
+
+Paint paintFor(int32_t colour, const RleRect* pattern, int32_t mode) {
+  if (colour == -1 && pattern != nullptr) return Paint::Pattern;
+  if (mode == 2 && colour == 1) return Paint::White;
+  if (mode == 1 && colour == 0) return Paint::White;
+  return Paint::Black;
+}
+
+void paintRow(RleRect& image, uint16_t y, std::span<const RleRun> spans, Paint paint,
+              const RleRect* pattern, int32_t mode, RunScratch& scratch) {
+  RleLine& row = *image.rows[y];
+  if (paint == Paint::Pattern) {
+    for (const RleRun& span : spans)
+      layPattern(row, span.start, span.end, y, *pattern, mode, scratch);
+    return;
+  }
+  editRow(row, uint32_t(spans.size()), scratch, [&](auto& edits) {
+    for (const RleRun& span : spans) {
+      if (paint == Paint::White)
+        edits.clear(span.start, span.end);
+      else
+        edits.set(span.start, span.end);
+    }
+  });
+}
+
 }  // namespace rle
 
 extern "C" {

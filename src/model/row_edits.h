@@ -106,12 +106,11 @@ class SingleEdits {
   RleLine& row_;
 };
 
-// Calls make(edits), which makes at most `edits` edits of `row` while it reads `source`. They go
-// one by one when batching is no gain, when there is no memory for it, and when a row is its own
-// source, where each edit sees the ones before.
+// Calls make(edits), which makes at most `edits` edits of `row`. They go one by one when batching
+// is no gain and when there is no memory for it.
 template <class Make>
-void editRow(RleLine& row, const RleLine& source, uint32_t edits, RunScratch& scratch, Make make) {
-  if (edits > 1 && &row != &source) {
+void editRow(RleLine& row, uint32_t edits, RunScratch& scratch, Make make) {
+  if (edits > 1) {
     BatchEdits batch(row, edits, scratch);
     if (batch) {
       make(batch);
@@ -121,6 +120,13 @@ void editRow(RleLine& row, const RleLine& source, uint32_t edits, RunScratch& sc
   }
   SingleEdits single(row);
   make(single);
+}
+
+// Likewise, when make reads `source`. They go one by one too when a row is its own source, where
+// each edit sees the ones before.
+template <class Make>
+void editRow(RleLine& row, const RleLine& source, uint32_t edits, RunScratch& scratch, Make make) {
+  editRow(row, &row == &source ? 1 : edits, scratch, make);
 }
 
 // Columns [first, end) of a source row; `first` lands on column `dx` of the row that is edited.
