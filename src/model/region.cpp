@@ -2,7 +2,7 @@
 
 #include "model/clip.h"
 #include "model/owners.h"
-#include "model/row_edits.h"
+#include "model/row_merge.h"
 #include "model/runs.h"
 #include "rle.h"
 

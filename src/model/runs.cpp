@@ -31,7 +31,7 @@ RleRun* firstRun(void* block, uint32_t capacity) {
 
 // Slots for `count` runs with their spare room, or 0 when the number does not fit its word.
 uint32_t roomFor(uint32_t count) {
-  const uint32_t capacity = count + extraSlots(count);
+  const uint32_t capacity = count + Tuning().extraSlots(count);
   return capacity < count ? 0 : capacity;
 }
 
@@ -43,7 +43,7 @@ RleRun* resizeRuns(RleRun* runs, uint32_t capacity) {
 }
 
 bool CapacityPlan::carryOut(RleRun*& runs, uint32_t count) const {
-  const bool right = runs == nullptr ? !exists_ : capacityOf(runs) == capacity_;
+  const bool right = runs == nullptr ? !fitted_ : capacityOf(runs) == capacity_;
   if (right) return true;
   RleRun* const resized = resizeRuns(runs, capacity_);
   if (resized == nullptr) return runs != nullptr && capacityOf(runs) >= count;
