@@ -63,8 +63,10 @@ class BatchEdits {
     seek(start);
     if (rest_ != stop_ && rest_->start <= end)
       apply(setChange(rest_, stop_, start, end));
-    else if (out_ != rest_ && plan_.fit(count() + 1))
+    else if (out_ != rest_) {
       *out_++ = {start, end};
+      plan_.fit(count());
+    }
   }
 
   void clear(uint16_t start, uint16_t end) {
@@ -97,10 +99,10 @@ class BatchEdits {
 
   void apply(const Change& change) {
     if (change.given > change.taken && out_ == rest_) return;  // 65535 runs
-    if (change.fit && !plan_.fit(count() + change.given - change.taken)) return;
     rest_ = rest_ + change.taken - change.given;
     if (change.given > 0) rest_[0] = change.put[0];
     if (change.given > 1) rest_[1] = change.put[1];
+    if (change.fit) plan_.fit(count());
   }
 
   uint32_t count() const { return uint32_t((out_ - runs_) + (stop_ - rest_)); }
@@ -130,7 +132,7 @@ class SingleEdits {
 // source, where each edit sees the ones before.
 template <class Make>
 void editRow(RleLine& row, const RleLine& source, uint32_t edits, RunScratch& scratch, Make make) {
-  if (edits > 1 && &row != &source) {
+  if (edits > 1 && &row != &source && CapacityPlan::possible()) {
     BatchEdits batch(row, edits, scratch);
     if (batch) {
       make(batch);

@@ -28,14 +28,19 @@ bool valid(const RleRun* runs, uint32_t count) {
 // branching.
 bool random(bool condition) { return __builtin_expect_with_probability(condition, 1, 0.5) != 0; }
 
+struct Union {
+  uint32_t count;  // runs
+  uint32_t noted;  // spans with a note; each of the others adds one run
+};
+
 // The union of the runs of a row and of spans, as its gaps: gaps[0] lies before its first run,
-// gaps[1] after it, and so on; the outer ends of the first and the last gap mean nothing. The
-// result is the number of runs. Both lists are valid; spans[-1] exists and is written to.
-uint32_t unite(const RleRun* run, const RleRun* runsEnd, RleRun* span, const RleRun* spansEnd,
-               RleRun* gaps) {
+// gaps[1] after it, and so on; the outer ends of the first and the last gap mean nothing. Both
+// lists are valid; spans[-1] exists and is written to.
+Union unite(const RleRun* run, const RleRun* runsEnd, RleRun* const spans, const RleRun* spansEnd,
+            RleRun* gap) {
   int32_t end = -1;  // of the run that may still grow
   auto count = int32_t(runsEnd - run);
-  RleRun* gap = gaps;
+  RleRun* span = spans;
   while (run != runsEnd && span != spansEnd) {
     const int32_t runStart = run->start;
     const int32_t runEnd = run->end;
@@ -62,17 +67,11 @@ uint32_t unite(const RleRun* run, const RleRun* runsEnd, RleRun* span, const Rle
     end = std::max<int32_t>(end, span->end);
     span->start = uint16_t(count);
   }
-  for (; run != runsEnd; ++run) {
-    *gap++ = {uint16_t(end), run->start};
-    end = run->end;
-  }
-  for (; span != spansEnd; ++span) {
-    *gap++ = {uint16_t(end), span->start};
-    end = span->end;
-    span->start = uint16_t(++count);
-  }
+  // The rest is copied edge by edge: an end, a start, an end ...
   gap->start = uint16_t(end);
-  return uint32_t(count);
+  uint16_t* const edges = std::copy_n(&run->start, 2 * (runsEnd - run), &gap->end);
+  std::copy_n(&span->start, 2 * (spansEnd - span), edges);
+  return {uint32_t(count + (spansEnd - span)), uint32_t(span - spans)};
 }
 
 // What spans leave of the runs of a row. The result is the number of runs. Both lists are valid;
@@ -104,12 +103,10 @@ uint32_t subtract(const RleRun* run, const RleRun* runsEnd, RleRun* span, const 
 
 // The runs of a valid source inside the stretch, in columns of the target. Returns their number.
 uint32_t takeRuns(const RleLine& source, const Stretch& stretch, RleRun* spans) {
-  const RleRun* const stop = source.runs + source.count;
-  const RleRun* const first = source.runs;
-  const RleRun* const from = std::partition_point(
-      first, stop, [&](const RleRun& run) { return run.end <= stretch.first; });
-  const RleRun* const to =
-      std::partition_point(from, stop, [&](const RleRun& run) { return run.start < stretch.end; });
+  const RleRun* from = source.runs;
+  const RleRun* to = from + source.count;
+  while (from != to && from->end <= stretch.first) ++from;
+  while (from != to && to[-1].start >= stretch.end) --to;
   const auto count = uint32_t(to - from);
   if (count == 0) return 0;
   const uint16_t shift = stretch.target(0);
@@ -155,21 +152,23 @@ class Merge {
 
   void clearOne(uint16_t start, uint16_t end) {
     const RleRun* const stop = runs_ + count_;
-    const RleRun* const first =
-        std::partition_point(runs_, stop, [=](const RleRun& run) { return run.end < start; });
+    const RleRun* first = runs_;
+    while (first != stop && first->end < start) ++first;
     const Change change = clearChange(first, stop, start, end);
     RleRun* to = std::copy(runs_, first, work_);
     to = std::copy_n(change.put, change.given, to);
     to = std::copy(first + change.taken, stop, to);
     runs_ = work_;
     count_ = uint32_t(to - work_);
-    if (change.fit) fit(count_);
+    if (change.fit) plan_.fit(count_);
   }
 
   void set(uint32_t k) {
-    count_ = unite(runs_, runs_ + count_, spans_, spans_ + k, out_);
+    const Union united = unite(runs_, runs_ + count_, spans_, spans_ + k, out_);
+    for (uint32_t j = 0; j < united.noted; ++j) plan_.fit(spans_[j].start);
+    plan_.fitRising(united.count - (k - united.noted) + 1, united.count);
+    count_ = united.count;
     runs_ = reinterpret_cast<const RleRun*>(&out_->end);  // between two gaps lies a run
-    for (uint32_t j = 0; j < k; ++j) fit(spans_[j].start);
   }
 
   void clear(uint32_t k) {
@@ -182,23 +181,17 @@ class Merge {
     runs_ = out_;
     uint32_t j = 0;
     while (j < meetsLast && spans_[j].start == before) ++j;
-    for (; j < k; ++j) fit(spans_[j].start);
+    for (; j < k; ++j) plan_.fit(spans_[j].start);
   }
 
-  // Puts the result into the row, which keeps its former runs when it cannot grow. False when the
-  // capacity cannot be foreseen.
-  bool finish() {
-    if (!foreseen_) return false;
-    if (plan_.carryOut(row_.runs, count_)) {
-      std::copy_n(runs_, count_, row_.runs);
-      row_.count = uint16_t(count_);
-    }
-    return true;
+  // Puts the result into the row, which keeps its former runs when it cannot grow.
+  void finish() {
+    if (!plan_.carryOut(row_.runs, count_)) return;
+    std::copy_n(runs_, count_, row_.runs);
+    row_.count = uint16_t(count_);
   }
 
  private:
-  void fit(uint32_t count) { foreseen_ &= plan_.fit(count); }
-
   // The span that touches or covers the end of the row's last run, or k.
   uint32_t spanAtEnd(uint32_t k) const {
     if (count_ == 0) return k;
@@ -212,7 +205,6 @@ class Merge {
   CapacityPlan plan_;
   const RleRun* runs_;  // the row as it is by now
   uint32_t count_;
-  bool foreseen_ = true;
   RleRun* spans_ = nullptr;
   RleRun* work_ = nullptr;
   RleRun* out_ = nullptr;
@@ -224,7 +216,7 @@ enum class Paste { Set, Clear, Replace };
 bool pasteValid(RleLine& row, const RleLine& source, const Stretch& stretch, bool gaps, Paste paste,
                 RunScratch& scratch) {
   const bool wraps = stretch.dx + (stretch.end - stretch.first) > 65535;
-  if (wraps || &row == &source) return false;
+  if (wraps || &row == &source || !CapacityPlan::possible()) return false;
   if (!valid(row.runs, row.count) || !valid(source.runs, source.count)) return false;
   Merge merge(row, source, scratch);
   if (!merge) return false;
@@ -236,7 +228,8 @@ bool pasteValid(RleLine& row, const RleLine& source, const Stretch& stretch, boo
     merge.clear(k);
   else
     merge.set(k);
-  return merge.finish();
+  merge.finish();
+  return true;
 }
 
 template <class Edits>

@@ -9,20 +9,13 @@
 
 namespace rle {
 
-// How much room buffers are given: the three exported tuning words at one moment.
-struct Tuning {
-  uint32_t factor = rleRunAllocFactor;
-  uint32_t minExtra = rleRunAllocMinExtra;
-  uint32_t maxExtra = rleRunAllocMaxExtra;
-
-  // Spare slots that a buffer for `count` runs is given.
-  uint32_t extraSlots(uint32_t count) const {
-    constexpr uint32_t kFactorBits = 15;
-    const uint32_t extra = (count * factor) >> kFactorBits;
-    // The lower bound goes first: with bounds that cross, small buffers still get the minimum.
-    return extra < minExtra ? minExtra : std::min(extra, maxExtra);
-  }
-};
+// Spare slots that a buffer for `count` runs is given.
+inline uint32_t extraSlots(uint32_t count) {
+  constexpr uint32_t kFactorBits = 15;
+  const uint32_t extra = (count * rleRunAllocFactor) >> kFactorBits;
+  // The lower bound goes first: with bounds that cross, small buffers still get the minimum.
+  return extra < rleRunAllocMinExtra ? rleRunAllocMinExtra : std::min(extra, rleRunAllocMaxExtra);
+}
 
 // The number of slots of a run buffer: the word before its first slot.
 inline uint32_t& capacityOf(RleRun* runs) { return *(reinterpret_cast<uint32_t*>(runs) - 1); }
@@ -35,26 +28,35 @@ RleRun* resizeRuns(RleRun* runs, uint32_t capacity);
 class CapacityPlan {
  public:
   // Starts from the buffer as it is; it may be null.
-  explicit CapacityPlan(RleRun* runs) : capacity_(runs == nullptr ? 0 : capacityOf(runs)) {}
-
-  // rleReAllocRuns for `count` runs (not 0 for a buffer that is null so far). False when the
-  // buffer would be too large for its capacity word and has no room for `count` runs as it is.
-  // There are no branches in it, because run counts go up and down unforeseeably.
-  bool fit(uint32_t count) {
-    const uint32_t room = count + tuning_.extraSlots(count);
-    const bool keeps = (capacity_ >= count) & (capacity_ - count > tuning_.maxExtra);
-    capacity_ = keeps | (room < count) ? capacity_ : room;
-    fitted_ = true;
-    return capacity_ >= count;
+  explicit CapacityPlan(RleRun* runs) {
+    if (runs != nullptr) keptBelow_ += capacityOf(runs);
   }
+
+  // Whether the plan can be relied on. With tuning words beyond these, buffers may be asked for
+  // that are too large for their capacity word.
+  static bool possible() {
+    constexpr uint32_t kMost = 0x80000000;
+    return rleRunAllocMinExtra < kMost && rleRunAllocMaxExtra < kMost;
+  }
+
+  // rleReAllocRuns for `count` runs, at most 65535, and not 0 for a buffer that is null so far. Run
+  // counts go up and down unforeseeably, so the less there is to branch on, the better.
+  void fit(uint32_t count) {
+    const int64_t refitted = int64_t{count} + extraSlots(count) - rleRunAllocMaxExtra;
+    keptBelow_ = count < keptBelow_ ? keptBelow_ : refitted;
+    fitted_ = true;
+  }
+
+  // The same for `from` runs, then one more, and so on to `to` (nothing when from > to).
+  void fitRising(uint32_t from, uint32_t to);
 
   // Brings a buffer to the planned capacity. False, with the buffer as it was, when memory has run
   // out and there is no room for `count` runs in it; one that only fails to shrink is good enough.
   bool carryOut(RleRun*& runs, uint32_t count) const;
 
  private:
-  Tuning tuning_;
-  uint32_t capacity_;
+  // The buffer keeps its size for fewer runs than this: its capacity less rleRunAllocMaxExtra.
+  int64_t keptBelow_ = -int64_t{rleRunAllocMaxExtra};
   bool fitted_ = false;
 };
 
