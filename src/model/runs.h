@@ -41,6 +41,17 @@ class CapacityPlan {
     return true;
   }
 
+  // fit(1), fit(2) and so on up to fit(count); false when one of them is.
+  bool fitEachUpTo(uint32_t count) {
+    // Room that never exceeds what rleReAllocRuns lets stand is made anew on each further call, so
+    // that nothing is left of it but what the last call makes.
+    const bool lastDecides =
+        rleRunAllocMinExtra <= rleRunAllocMaxExtra && rleRunAllocMaxExtra <= UINT16_MAX;
+    for (uint32_t n = lastDecides ? count : 1; n <= count; ++n)
+      if (!fit(n)) return false;
+    return true;
+  }
+
   uint32_t capacity() const { return capacity_; }
 
   // Brings a buffer to the planned capacity. False, with the buffer as it was, when memory has run
