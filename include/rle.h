@@ -411,7 +411,367 @@ RLE_API void rlePatternRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, i
 RLE_API void rleFillPolygon(RleRect* image, int32_t count, RlePoint* points, int32_t fillRule,
                             int32_t colour, RleRect* pattern, int32_t mode);
 
+/* ---- Bit rows -------------------------------------------------------------------------------- */
+
+/*
+ * A packed bit row holds one pixel a bit, the leftmost pixel of a byte in its highest bit; 1 is
+ * black. The rows of a packed image follow each other at a distance of rowBits / 8 bytes, rounded
+ * down.
+ *
+ * Packing collects the runs of a row in a buffer that stays from call to call: the pack cache. Each
+ * thread has its own, and gives it back when it ends.
+ */
+
+/*
+ * A new row with the pixels x1 to x2 - 1 (x2 is the first pixel after them) of the packed row at
+ * `bits`, or null when memory runs out. Pixel x1 becomes column 0. Only the bytes that hold these
+ * pixels are read. Pixels left of pixel 0 are white, and with x2 <= x1 there are none. A row holds
+ * 16-bit columns: of a wider stretch, columns and the run count keep their low 16 bits.
+ */
+RLE_API RleLine* rlePackLine(uint8_t* bits, int32_t x1, int32_t x2);
+
+/*
+ * A new image of columns x1 to x2 and rows y1 to y2, all included, of the packed image at `bits`,
+ * or null when memory runs out or when there are fewer than 0 or more than 65535 columns or rows.
+ * `resolution` is 16 bits and becomes the image's as it is, 0 too. `ignored` has no meaning. Rows
+ * above row 0 and pixels left of pixel 0 are white. Empties the pack cache, unless it fails.
+ */
+RLE_API RleRect* rlePackRect(uint8_t* bits, int32_t rowBits, int32_t ignored, int32_t x1,
+                             int32_t x2, int32_t y1, int32_t y2, int32_t resolution);
+
+/* Releases this thread's pack cache; the next call that packs makes a new one. */
+RLE_API void rlePackClearCache(void);
+
+/*
+ * Paints the black pixels of columns x1 to x2 of `line` into the packed row at `rowBytes`; other
+ * bits stay as they are. Column x1 comes to lie at bit `offset`, and each column is scale / 32768
+ * bits wide (the two lowest bits of `scale` are dropped); a bit that is covered in part becomes
+ * black. Bits from `limit` on are neither written nor looked at, nor are bits before bit 0. With a
+ * scale below 4 nothing is painted, nor with x2 < x1. Returns 1.
+ */
+RLE_API int32_t rleUnPackLine(RleLine* line, int32_t x1, int32_t x2, uint8_t* rowBytes,
+                              int32_t limit, uint32_t scale, int32_t offset);
+
+/*
+ * Paints columns x1 to x2 and rows y1 to y2 of `rect` into rows rowStart to rowEnd - 1 of the
+ * packed image at `bits`, whose rows are rowBits bits long, as rleUnPackLine does with hscale and
+ * offset. Row y1 comes to lie at rowStart. Each row is vscale / 32768 output rows high: with a
+ * vscale below 32768 several rows are painted into one; above it a row is painted repeatedly, but
+ * row y2 once only, and the output rows after it stay as they are. A vscale of 0 stands for one
+ * row per output row, from row 0 to row y2, whatever y1. Rows that the image does not have, and
+ * output rows above row 0, are passed over.
+ */
+RLE_API void rleUnPackRect(RleRect* rect, int32_t x1, int32_t x2, int32_t y1, int32_t y2,
+                           uint8_t* bits, int32_t rowBits, int32_t rowEnd, uint32_t hscale,
+                           uint32_t vscale, int32_t offset, int32_t rowStart);
+
+/* ---- Native format --------------------------------------------------------------------------- */
+
+/*
+ * The library's own file format (docs/format.md): a header, a polygon section and the rows as runs.
+ * Most callers need the six functions for whole files only.
+ *
+ * These functions use the stream from where it stands, in the byte order it has, which should be
+ * big-endian; they neither rewind nor release it. A failed write leaves what was written before.
+ * Rows are taken as they are: what a file holds may be out of order or beyond the width until
+ * rleCheckRect says otherwise.
+ */
+
+/* A new image read from a file of an image or of a polygon region, or null. */
+RLE_API RleRect* rleLoadRect(RleStream* stream);
+RLE_API RleRect* rleLoad(RleStream* stream);
+
+/*
+ * A new polygon region read from a file, or null. The mask is filled from the vertices; a file of a
+ * plain image gives a region without vertices and without a mask. When memory for the mask runs out
+ * the load fails.
+ */
+RLE_API RlePoly* rleLoadPoly(RleStream* stream);
+
+/* Writes an image as a file. 1, or 0 on failure. */
+RLE_API int32_t rleUnloadRect(RleStream* stream, RleRect* rect);
+RLE_API int32_t rleUnload(RleStream* stream, RleRect* rect);
+
+/* Writes a polygon region, without its mask, as a file. 1, or 0 on failure or without an image. */
+RLE_API int32_t rleUnloadPoly(RleStream* stream, RlePoly* poly);
+
+/*
+ * The pieces of a file, one by one. A context holds the stream and what the last header said. Given
+ * a null context, readers return null (rleReadFillRule -1) and writers 0.
+ */
+
+/* A new context for the stream, or null when memory runs out. */
+RLE_API RleFile* rleOpen(RleStream* stream);
+
+/* Releases the context and leaves the stream alone. Null is ignored. */
+RLE_API void rleClose(RleFile* file);
+
+/*
+ * Writes a header with the version (1 for 0), height, width and resolution of `header`, and after
+ * it an empty polygon section when withEmptyPoly is 1. 1, or 0 at the first write that fails.
+ */
+RLE_API int32_t rleWriteHeader(RleFile* file, RleFile* header, int32_t withEmptyPoly);
+
+/*
+ * Reads a native or a legacy header and returns it as a new record, released with rleFreeHeader, or
+ * null. Its magic, version and the low 16 bits of its resolution are kept in the context too. An
+ * unknown resolution becomes 400. When skipPoly is 1, the polygon section after a native header is
+ * read over.
+ */
+RLE_API RleFile* rleReadHeader(RleFile* file, int32_t skipPoly);
+
+/* Writes one row. 1, or 0 at the first write that fails. */
+RLE_API int32_t rleWriteLine(RleFile* file, RleLine* line);
+
+/* Writes `n` rows; returns how many were written before one failed. */
+RLE_API int32_t rleWriteLines(RleFile* file, RleLine** rows, int32_t n);
+
+/* Writes all rows of an image. 1, or 0 at the first write that fails. */
+RLE_API int32_t rleWriteRect(RleFile* file, RleRect* rect);
+
+/* Reads one row; null when that fails. A row without runs has no buffer. */
+RLE_API RleLine* rleReadLine(RleFile* file);
+
+/* A new array of `n` rows read, or null; above 65535 always null. Released with rleFreeLines. */
+RLE_API RleLine** rleReadLines(RleFile* file, uint32_t n);
+
+/*
+ * A new image with `height` rows read, or null. Width and height are 16 bits; the resolution is
+ * the context's as it is, 0 too.
+ */
+RLE_API RleRect* rleReadRect(RleFile* file, int32_t width, int32_t height);
+
+/*
+ * Writes a vertex count and the vertices. 1, or 0 at the first write that fails, and when `points`
+ * is null though `count` is not 0.
+ */
+RLE_API int32_t rleWritePolyLine(RleFile* file, uint32_t count, RlePoint* points);
+
+/*
+ * A new vertex array read, released with rleFreePoints, or null. Stores the number of vertices in
+ * *countOut, unless that is null, when all went well. Memory grows with the vertices that arrive.
+ */
+RLE_API RlePoint* rleReadPolyLine(RleFile* file, uint32_t* countOut);
+
+/* Writes a fill rule. 1 or 0. */
+RLE_API int32_t rleWriteFillRule(RleFile* file, int32_t rule);
+
+/* The fill rule read, 0 or 1; -1 when that fails and for any other value. */
+RLE_API int32_t rleReadFillRule(RleFile* file);
+
+/* Writes a region's polygon section and the rows of its image. 1, or 0 as rleUnloadPoly. */
+RLE_API int32_t rleWritePoly(RleFile* file, RlePoly* poly);
+
+/* A new region, without a mask, from a polygon section and `height` rows; or null. */
+RLE_API RlePoly* rleReadPoly(RleFile* file, int32_t width, int32_t height);
+/* ---- Analysis -------------------------------------------------------------------------------- */
+
+/*
+ * The connected component of black pixels that contains column x of row y (both 16 bits), as a new
+ * image cropped to it. Pixels that touch only at a corner are connected. The new image has the
+ * resolution of `image`, 200 where that is 0, and tag 0. `left` and `top`, which may be null,
+ * receive the column and row of `image` where its upper left corner lies.
+ *
+ * Null, with `left` and `top` untouched, when the pixel is white or lies outside the image, or when
+ * memory ran out. `image` does not change. Time and memory follow the runs of the component, not
+ * the size of the image. In rows that are not valid some runs may be missed; the new image is
+ * valid all the same.
+ */
+RLE_API RleRect* rleConnected(RleRect* image, int32_t x, int32_t y, uint16_t* left, uint16_t* top);
+
+/*
+ * Finds the black pixel nearest to column x of row y, which may lie outside the image, and stores
+ * its column and row through `foundX` and `foundY`, which may be null. x, y and r are 16 bits. Of
+ * equally near pixels the uppermost is taken, then the leftmost.
+ *
+ * The search covers rows y - r to y + r - 1, and in each the runs whose `end` is at least x - r and
+ * whose `start` is at most x + r; so it finds pixels from column x - r - 1 to x + r, and with r 0
+ * none at all.
+ *
+ * 1 when there is such a pixel; otherwise 0, with nothing stored. `image` does not change.
+ */
+RLE_API int32_t rleClosest(RleRect* image, int32_t x, int32_t y, int32_t r, uint16_t* foundX,
+                           uint16_t* foundY);
+/* ---- Transforms ------------------------------------------------------------------------------ */
+
+/*
+ * Turns go counter-clockwise as seen with row 0 at the top. Vertices of a polygon region lie on
+ * the same grid as its pixels.
+ */
+
+/* Mirrors a row left to right in place: column x moves to width - 1 - x (width: 16 bits). */
+RLE_API void rleMirrorLine(RleLine* line, int32_t width);
+
+/* Flips an image top to bottom (X: about the horizontal axis) or left to right (Y), in place. */
+RLE_API void rleMirrorRectX(RleRect* rect);
+RLE_API void rleMirrorRectY(RleRect* rect);
+
+/*
+ * The same for a region: its image, its mask unless null, and its vertices, y to height - y (X) or
+ * x to width - x (Y) of the image. A region without an image is left as it is.
+ */
+RLE_API void rleMirrorPolyX(RlePoly* poly);
+RLE_API void rleMirrorPolyY(RlePoly* poly);
+
+/*
+ * A new image turned by `turns` quarters, 0 to 3; null for more, and when memory runs out. With W
+ * and H the size of `rect`, pixel (x, y) moves to
+ *
+ *   0  (x, y)                  a copy, as rleDupRect makes it
+ *   1  (y, W - 1 - x)          tag and resolution are copied, row tags are 0
+ *   2  (W - 1 - x, H - 1 - y)  tag 0, resolution 200 for 0; row tags are copied
+ *   3  (H - 1 - y, x)          as 1
+ *
+ * Turns by 1 and 3 give null for an image of fewer than two rows.
+ */
+RLE_API RleRect* rleQRotateRect(RleRect* rect, uint32_t turns);
+
+/*
+ * Scale factors are fixed-point numbers with 15 fraction bits: 32768 is 1.0, 16384 halves. Sizes
+ * and columns of a result keep their low 16 bits, so the caller keeps them below 65536. Runs that
+ * shrink to nothing vanish, and runs that come to touch become one.
+ *
+ * rleScaleLine makes a new row with both ends of every run rounded down, rleNNScaleLine rounds them
+ * to the nearest, halves upwards. The result of a row without runs has its tag and no buffer; any
+ * other has tag 0 and a buffer for the runs that are left. A factor of 0 leaves none.
+ */
+RLE_API RleLine* rleScaleLine(RleLine* line, uint32_t factor);
+RLE_API RleLine* rleNNScaleLine(RleLine* line, uint32_t factor);
+
+/*
+ * These scale an image in place, its width by xFactor and its height by yFactor (of which the two
+ * lowest bits do not count). A factor of 0 changes nothing, and when memory runs out the image
+ * stays as it is; its tag and resolution stay in any case.
+ *
+ * rleScaleRect picks rows and rounds down. rleNNScaleRect picks and rounds to the nearest.
+ * rleMinScaleRect blackens a pixel when any source pixel that it covers is black, so that thin
+ * strokes survive a reduction; sizes are rounded up, and all row tags are 0.
+ */
+RLE_API void rleScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
+RLE_API void rleNNScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
+RLE_API void rleMinScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
+
+/*
+ * rleScaleRect on the images of a region, and its vertices scaled and rounded down. With one factor
+ * 0 the images stay as they are and the vertices move along the other axis only.
+ */
+RLE_API void rleScalePoly(RlePoly* poly, uint32_t xFactor, uint32_t yFactor);
+
+/*
+ * Scales with rleScaleRect, or rleScalePoly, from the image's resolution to `resolution` (dots per
+ * inch) and stores that, keeping its low 16 bits. Where no factor leads from one to the other (a
+ * resolution of 0, a negative one, a factor of 2^17 or more), and when memory runs out, only the
+ * stored value changes. A region without an image is left as it is.
+ */
+RLE_API void rleChangeResRect(RleRect* rect, int32_t resolution);
+RLE_API void rleChangeResPoly(RlePoly* poly, int32_t resolution);
+
+/*
+ * A new image that just holds `rect` turned by `angle` degrees (any finite value), with tag 0 and
+ * the same resolution (200 for 0). cornerX and cornerY receive the place of the source's top left
+ * corner in the result, in pixels from its top left. Null, with both corners 0, for a null image,
+ * one without rows, and an angle that is not finite; null when memory runs out.
+ *
+ * Multiples of 90 degrees are turned like any other angle; rleQRotateRect is exact.
+ */
+RLE_API RleRect* rleRotateRect(RleRect* rect, double angle, double* cornerX, double* cornerY);
+
+/*
+ * A new region turned by `angle` degrees, by quarter turns within 0.001 degrees of one. Its mask is
+ * the turned polygon, even-odd, and its image is white outside of it; a region without vertices
+ * gets the four corner pixels of its image as polygon. Corners as for rleRotateRect. Null, with
+ * both corners 0, for a region without an image; null when the image cannot be turned or memory
+ * runs out.
+ */
+RLE_API RlePoly* rleRotatePoly(RlePoly* poly, double angle, double* cornerX, double* cornerY);
+
 /* ---- Group 4 --------------------------------------------------------------------------------- */
+
+/*
+ * CCITT Group 4 data (ITU-T T.6): two-dimensional coding without an EOL per row, closed by an EOFB.
+ * `lsbFirst` is 0 when the first bit of a byte is its most significant one (TIFF FillOrder 1) and
+ * anything else when it is the least significant one (FillOrder 2).
+ */
+
+/*
+ * The image of `width` x `height` pixels that is decoded from the stream's position on, or null.
+ * The resolution is 16 bits, 0 stands for 200 dots per inch.
+ *
+ * Decoding goes on to the second EOL, wherever it comes. Rows that the data does not reach, or does
+ * not finish, stay empty; rows beyond the height are decoded and dropped. Bytes are read with
+ * getByte alone, one at a time, none beyond the last bit of that EOL. What damaged data puts beyond
+ * the width is clipped, so every row is valid.
+ *
+ * Null without reading anything when a size is negative or above 65535; null also when the data
+ * ends before the second EOL, holds a code that stands for nothing, or comes to 51600 colour
+ * changes in one row, and when memory runs out.
+ */
+RLE_API RleRect* rleLoadRectFromCCITTG4(RleStream* stream, int32_t width, int32_t height,
+                                        int32_t resolution, int32_t lsbFirst);
+
+/*
+ * Writes all rows and an EOFB, least significant bit first, with putByte alone. 1 on success, -1
+ * when a row has more than 25800 separate runs, -2 as soon as putByte answers -1; what was written
+ * stays.
+ *
+ * Rows need not be valid. Empty runs are skipped; a run that touches or overlaps the one before it
+ * is joined to it, and the earlier run's end is raised in the image too, when its row's turn comes;
+ * a run that overlaps the one before it and starts to the left of it is ignored; what lies beyond
+ * the width is clipped. Valid rows are coded without allocating memory; for others some is needed,
+ * and -1 is also the answer when there is none.
+ */
+RLE_API int32_t rleUnloadRectFromCCITTG4(RleStream* stream, RleRect* rect);
+
+/* ---- One-strip TIFF -------------------------------------------------------------------------- */
+
+/*
+ * The one kind of TIFF file that the library reads and writes by itself: a single directory, a
+ * single strip, CCITT T.6 data.
+ */
+
+/* What the directory of such a file says. */
+typedef struct RleTiffG4Info {
+  uint32_t width;       /* pixels per row, below 65535 */
+  uint32_t height;      /* rows, 1 to 65534 */
+  uint32_t xResolution; /* dots per inch; 72 when the file does not say */
+  uint32_t yResolution;
+  uint32_t stripOffset; /* where the data begins, in bytes from the start of the stream */
+  uint32_t photometric; /* set to 0, white is zero, when the file says so */
+  uint32_t fillOrder;   /* 1 when the left pixel of a byte is its high bit, as it is unless the file
+                           says otherwise; 2 when it is the low bit */
+} RleTiffG4Info;
+
+/*
+ * Writes the 186-byte header after which the strip data follows. The stream must be big-endian and
+ * stand at its start, because the offsets in the header count from there; it is left at 186. The
+ * byte count of the strip is 0 until it is patched.
+ *
+ * `resolution` is in dots per inch. White is zero when `colourType` modulo 5 is 4, and black is
+ * zero otherwise. `lsbFirst` not 0 says that the data has the left pixel of a byte in its low bit,
+ * as rleUnloadRectFromCCITTG4 writes it. 1, or 0 after the first write that failed.
+ */
+RLE_API int32_t rleWriteTiffHeader(RleStream* stream, uint32_t width, uint32_t height,
+                                   uint32_t resolution, int32_t colourType, int32_t lsbFirst);
+
+/*
+ * Each of these puts one number into a header that is already there, at the start of a big-endian
+ * stream: the width and height in pixels, and the bytes of strip data. The stream is left behind
+ * the entry written, at 22, 34 or 130. 1, or 0 when the seek or a write failed.
+ */
+RLE_API int32_t rleReWriteWidthOfOneStripTiffTag(RleStream* stream, uint32_t width);
+RLE_API int32_t rleReWriteHeightOfOneStripTiffTag(RleStream* stream, uint32_t height);
+RLE_API int32_t rleReWriteByteCountOfTiffTag(RleStream* stream, uint32_t byteCount);
+
+/*
+ * 1 when the stream holds a one-strip Group 4 TIFF file of either byte order, 0 when it holds
+ * anything else or cannot be read. The file header is expected at the current position, and offsets
+ * in the file count from the start of the stream. The stream gets back the position and the byte
+ * order it had; but where the file was cut off its error state stays set.
+ *
+ * `info` receives what was found, as far as the reading went; fields that the file does not mention
+ * keep their values, so clear the record first. It may be null.
+ */
+RLE_API int32_t rleReadOneStripTiffG4Info(RleStream* stream, RleTiffG4Info* info);
 
 #ifdef __cplusplus
 }
