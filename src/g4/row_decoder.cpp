@@ -43,9 +43,6 @@ constexpr uint32_t kLanes = 8;
 using Lanes = int16_t __attribute__((vector_size(2 * kLanes)));
 using ByteLanes = int8_t __attribute__((vector_size(kLanes)));
 
-// Lanes are compared as signed numbers: columns of wider rows, with an offset, do not fit.
-constexpr int32_t kMaxLaneWidth = INT16_MAX - kMaxOffset;
-
 // Imaginary elements: b1 is at most the third of them, and b2 the one behind it.
 constexpr uint32_t kImaginary = 4;
 
@@ -53,6 +50,12 @@ constexpr uint32_t kImaginary = 4;
 // out not to count may touch.
 constexpr uint32_t kBefore = kLanes;
 constexpr uint32_t kBehind = kImaginary + 2 * kLanes;
+
+// As an element it is left of the first pixel, seen as a signed number.
+constexpr uint16_t kLeftOfRow = UINT16_MAX;
+
+// White and black take 4 and 2 bits at least.
+constexpr uint32_t kShortestPair = 6;
 
 // No run goes further. Make-up codes may follow each other without end; sums stop here.
 constexpr int32_t kFar = 1 << 16;
@@ -75,6 +78,12 @@ Lanes widened(const int8_t* bytes) {
 
 Lanes greater(Lanes a, Lanes b) { return a > b ? a : b; }
 
+// Lanes that are not set are -1 in all bits.
+uint32_t firstUnset(const uint64_t (&halves)[2]) {
+  const bool low = halves[0] != UINT64_MAX;
+  return uint32_t(std::countr_one(halves[low ? 0 : 1])) / 16 + (low ? 0 : kLanes / 2);
+}
+
 consteval std::array<uint8_t, 256> byteBits(bool reversed) {
   std::array<uint8_t, 256> bits{};
   for (uint32_t byte = 0; byte < 256; ++byte)
@@ -83,6 +92,14 @@ consteval std::array<uint8_t, 256> byteBits(bool reversed) {
   return bits;
 }
 constexpr std::array<uint8_t, 256> kByteBits[2] = {byteBits(true), byteBits(false)};
+
+// Bits of the first vertical codes of a step.
+uint32_t bitsOf(const Step& step, uint32_t count) {
+  uint32_t bits = 0U - step.begun;
+  for (uint32_t i = 0; i < count; ++i)
+    bits += kVerticalWords[size_t(step.offsets[i] + kMaxOffset)].length;
+  return bits;
+}
 
 // Bits at hand while runs are decoded, the first lowest.
 struct Bits {
@@ -109,8 +126,8 @@ class RowDecoder::Row {
         width_(int32_t(decoder.width_)) {}
 
   uint32_t elementCount() const { return uint32_t(end_ - coding_); }
+  bool full() const { return end_ >= coding_ + kTooManyElements; }
   bool complete() const { return a0_ >= width_; }
-  bool full() const { return elementCount() >= kTooManyElements; }
 
   // The next byte, first bit lowest, or -1 when there is none or too many elements came before it.
   int32_t nextByte() {
@@ -120,31 +137,34 @@ class RowDecoder::Row {
     return byte == -1 ? -1 : byteBits_[uint8_t(byte)];
   }
 
-  // Takes the vertical codes of a step; false, with nothing done, when they need care.
-  bool verticals(const Step& step) {
-    if (width_ > kMaxLaneWidth) [[unlikely]]
-      return false;
+  // Takes the vertical codes of a step as long as they need no care; returns how many. They do not
+  // complete the row.
+  //
+  // Lanes are compared as signed numbers, where columns from 32768 on look negative. They keep
+  // their order among themselves, and in front of them everything seems out of order; so the first
+  // of them is taken with care, and all is right with the others.
+  uint32_t verticals(const Step& step) {
     const uint16_t* const b1 = reference_ + b1_;
     const Lanes offsets = widened(step.offsets);
     const Lanes elements = load(b1) + offsets;
-    // Greater than the element before it and not less than the reference's element before b1.
-    const Lanes a0 = {int16_t(a0_)};
-    const Lanes below = greater(load(b1 - 1) + greater(widened(&step.before), Lanes{} - 1), a0);
-    const Lanes inOrder = (elements > below) & (load(b1 + 1) > elements);
+    Lanes before = __builtin_shufflevector(Lanes{}, elements, 0, 8, 9, 10, 11, 12, 13, 14);
+    before[0] = int16_t(end_[-1]);
+    const Lanes inOrder = (elements > greater(before, load(b1 - 1))) & (load(b1 + 1) > elements);
     const Lanes settled = inOrder | (offsets == int16_t{kNoOffset});
     uint64_t halves[2];
     std::memcpy(halves, &settled, sizeof halves);
+    uint32_t taken = step.count;
     if ((halves[0] & halves[1]) != UINT64_MAX) [[unlikely]]
-      return false;
+      taken = firstUnset(halves);
     std::memcpy(end_, &elements, sizeof elements);
-    end_ += step.count;
-    b1_ += step.count;
-    a0_ = step.count == 0 ? a0_ : end_[-1];
-    return true;
+    end_ += taken;
+    b1_ += taken;
+    return taken;
   }
 
+  // Takes one vertical code, whatever it does.
   void vertical(int32_t offset) {
-    a0_ = std::max(reference_[b1_] + offset, a0_ + 1);
+    a0_ = std::max(reference_[b1_] + offset, a0() + 1);
     *end_++ = uint16_t(std::min(a0_, width_));
     // The colour changes, and with it the parity of b1. Having gone far to the left, the element
     // before b1 may still lie ahead.
@@ -162,16 +182,17 @@ class RowDecoder::Row {
     const uint32_t colour = b1_ & 1;
     // When the first run can make the row too long, bytes of the second must not be read.
     if (elementCount() + 1 < kTooManyElements) [[likely]] {
+      if (in.count < kShortestPair && !more(in)) return false;
       RunPair pair = findPair(in, colour);
-      while (pair.length > in.count) {
+      while (pair.length() > in.count) {
         if (!more(in)) return false;
         pair = findPair(in, colour);
       }
-      if (pair.length <= kPairBits) [[likely]] {
-        if (pair.invalid != 0) return false;
-        in.drop(pair.length);
-        appendRun(pair.first);
-        appendRun(pair.second);
+      if (pair.length() <= kPairBits) [[likely]] {
+        if (pair.first() == kInvalidRun) return false;
+        in.drop(pair.length());
+        appendRun(int32_t(pair.first()));
+        appendRun(int32_t(pair.second()));
         findB1();
         return true;
       }
@@ -213,11 +234,15 @@ class RowDecoder::Row {
   }
 
   void appendRun(int32_t length) {
-    a0_ = std::max(a0_, 0) + length;
-    const auto element = uint16_t(std::min(a0_, width_));
-    if (end_ == coding_ || end_[-1] != element) *end_++ = element;
+    a0_ = std::min(std::max(a0(), 0) + length, width_);
+    *end_ = uint16_t(a0_);
+    // A run of no length changes nothing, except in front of the row's first pixel.
+    end_ += end_ == coding_ || end_[-1] != a0_ ? 1 : 0;
   }
 
+  int32_t a0() const { return std::max(a0_, end_ == coding_ ? -1 : int32_t{end_[-1]}); }
+
+  // Moves b1 on to the right of a0, in steps that keep its parity.
   void findB1() {
     if (complete()) return;
     // Few elements are passed as a rule, but their number is anyone's guess: no branches at first.
@@ -232,7 +257,7 @@ class RowDecoder::Row {
   uint16_t* coding_;
   uint16_t* end_;  // of the elements so far
   int32_t width_;
-  int32_t a0_ = -1;  // left of the first pixel
+  int32_t a0_ = -1;  // left of the first pixel; elements that verticals() added may be ahead of it
   uint32_t b1_ = 0;  // number of the reference element; odd while a black run goes on
 };
 
@@ -246,6 +271,7 @@ bool RowDecoder::allocate() {
   if (!memory_) return false;
   reference_ = memory_.get() + kBefore;
   coding_ = reference_ + rowSize;
+  reference_[-1] = coding_[-1] = kLeftOfRow;
   std::fill_n(reference_, kImaginary, uint16_t(width_));
   return true;
 }
@@ -265,13 +291,13 @@ RowDecoder::Result RowDecoder::next() {
   uint32_t bits = bitsLeft_;  // what the step looks at, below a 1
   const Step* step = &kSteps[kPartialSteps + bits];
   for (;;) {
-    if (!row.verticals(*step)) {
-      uint32_t used = 0U - step->begun;
-      for (uint32_t i = 0; i < step->count; ++i) {
-        row.vertical(step->offsets[i]);
-        used += kVerticalWords[size_t(step->offsets[i] + kMaxOffset)].length;
-        if (row.complete()) return finish(row, bits >> used);
-      }
+    const uint32_t taken = row.verticals(*step);
+    if (taken < step->count) [[unlikely]] {
+      row.vertical(step->offsets[taken]);
+      bits >>= bitsOf(*step, taken + 1);
+      if (row.complete()) return finish(row, bits);
+      step = &kSteps[kPartialSteps + bits];
+      continue;
     }
     if (step->stop == Mode::Vertical) {
       const int32_t byte = row.nextByte();

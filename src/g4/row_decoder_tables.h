@@ -32,7 +32,6 @@ constexpr int8_t kNoOffset = INT8_MIN;
 constexpr uint32_t kStepsPerNode = 256;
 
 struct alignas(16) Step {
-  int8_t before;      // kNoOffset: what stands in front of the first offset
   int8_t offsets[8];  // of the vertical codes, kNoOffset behind the last
   uint8_t count;      // how many
   Mode stop;          // the code that ends the step; Vertical when all bits are used up
@@ -40,7 +39,6 @@ struct alignas(16) Step {
   uint8_t begun;      // bits of the first code that came before this step's bits
   uint16_t next;      // where the steps of the next byte start, when all bits are used up
 };
-static_assert(offsetof(Step, offsets) == 1);
 
 struct ModeTree {
   static constexpr size_t kInnerNodes = std::size(kModeCodes) - 1;
@@ -75,7 +73,6 @@ constexpr uint32_t kPartialSteps = ModeTree::kInnerNodes * kStepsPerNode;
 
 consteval Step makeStep(const ModeTree& tree, size_t node, uint32_t bits, uint32_t bitCount) {
   Step step{};
-  step.before = kNoOffset;
   for (int8_t& offset : step.offsets) offset = kNoOffset;
   step.begun = tree.nodes[node].depth;
   for (uint32_t i = 0; i < bitCount; ++i) {
@@ -135,10 +132,13 @@ inline constexpr RunTable kRunTables[2] = {runTable(kRunWords[0]), runTable(kRun
 constexpr uint32_t kPairBits = 12;
 
 struct RunPair {
-  uint32_t first : 12;  // pixels
-  uint32_t second : 12;
-  uint32_t length : 5;   // bits of both; kPairBits + 1 when they need more than kPairBits
-  uint32_t invalid : 1;  // there is an invalid code, and it ends after `length` bits
+  uint32_t packed;
+
+  // Bits of both; kPairBits + 1 when they need more than kPairBits.
+  uint32_t length() const { return packed & 0xF; }
+  // Pixels; kInvalidRun when there is an invalid code, which then ends after length() bits.
+  uint32_t first() const { return packed >> 4 & 0xFFF; }
+  uint32_t second() const { return packed >> 16; }
 };
 
 using PairTable = std::array<RunPair, 1 << kPairBits>;
@@ -150,13 +150,13 @@ consteval RunPair makePair(uint32_t colour, uint32_t bits) {
     for (bool ends = false; !ends; colour ^= ends ? 1 : 0) {
       const RunCode code = kRunTables[colour][bits >> length];
       length += code.length;
-      if (length > kPairBits) return {0, 0, kPairBits + 1, 0};
-      if (code.run == kInvalidRun) return {0, 0, length & 0x1F, 1};
+      if (length > kPairBits) return {kPairBits + 1};
+      if (code.run == kInvalidRun) return {kInvalidRun << 4 | length};
       run += code.run;
       ends = code.run < kMakeUpUnit;
     }
   }
-  return {runs[0] & 0xFFF, runs[1] & 0xFFF, length & 0x1F, 0};
+  return {runs[1] << 16 | runs[0] << 4 | length};
 }
 
 consteval PairTable pairTable(uint32_t colour) {
