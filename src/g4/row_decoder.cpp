@@ -51,9 +51,6 @@ constexpr uint32_t kImaginary = 4;
 constexpr uint32_t kBefore = kLanes;
 constexpr uint32_t kBehind = kImaginary + 2 * kLanes;
 
-// As an element it is left of the first pixel, seen as a signed number.
-constexpr uint16_t kLeftOfRow = UINT16_MAX;
-
 // White and black take 4 and 2 bits at least.
 constexpr uint32_t kShortestPair = 6;
 
@@ -76,12 +73,12 @@ Lanes widened(const int8_t* bytes) {
          8;
 }
 
-Lanes greater(Lanes a, Lanes b) { return a > b ? a : b; }
-
-// Lanes that are not set are -1 in all bits.
-uint32_t firstUnset(const uint64_t (&halves)[2]) {
-  const bool low = halves[0] != UINT64_MAX;
-  return uint32_t(std::countr_one(halves[low ? 0 : 1])) / 16 + (low ? 0 : kLanes / 2);
+// The low byte of each lane, the first lane's lowest.
+uint64_t narrowed(Lanes lanes) {
+  const ByteLanes packed = __builtin_convertvector(lanes, ByteLanes);
+  uint64_t bytes;
+  std::memcpy(&bytes, &packed, sizeof bytes);
+  return bytes;
 }
 
 consteval std::array<uint8_t, 256> byteBits(bool reversed) {
@@ -123,10 +120,11 @@ class RowDecoder::Row {
         reference_(decoder.reference_),
         coding_(decoder.coding_),
         end_(decoder.coding_),
+        limit_(decoder.coding_ + kTooManyElements),
         width_(int32_t(decoder.width_)) {}
 
   uint32_t elementCount() const { return uint32_t(end_ - coding_); }
-  bool full() const { return end_ >= coding_ + kTooManyElements; }
+  bool full() const { return end_ >= limit_; }
   bool complete() const { return a0_ >= width_; }
 
   // The next byte, first bit lowest, or -1 when there is none or too many elements came before it.
@@ -148,14 +146,13 @@ class RowDecoder::Row {
     const Lanes offsets = widened(step.offsets);
     const Lanes elements = load(b1) + offsets;
     Lanes before = __builtin_shufflevector(Lanes{}, elements, 0, 8, 9, 10, 11, 12, 13, 14);
-    before[0] = int16_t(end_[-1]);
-    const Lanes inOrder = (elements > greater(before, load(b1 - 1))) & (load(b1 + 1) > elements);
-    const Lanes settled = inOrder | (offsets == int16_t{kNoOffset});
-    uint64_t halves[2];
-    std::memcpy(halves, &settled, sizeof halves);
+    before[0] = int16_t(std::max<int32_t>(a0_, end_[-1]));
+    const Lanes inOrder =
+        (elements > before) & ~(load(b1 - 1) > elements) & (load(b1 + 1) > elements);
+    const uint64_t settled = narrowed(inOrder | (offsets == int16_t{kNoOffset}));
     uint32_t taken = step.count;
-    if ((halves[0] & halves[1]) != UINT64_MAX) [[unlikely]]
-      taken = firstUnset(halves);
+    if (settled != UINT64_MAX) [[unlikely]]
+      taken = uint32_t(std::countr_one(settled)) / 8;
     std::memcpy(end_, &elements, sizeof elements);
     end_ += taken;
     b1_ += taken;
@@ -181,7 +178,7 @@ class RowDecoder::Row {
   bool horizontal(Bits& in) {
     const uint32_t colour = b1_ & 1;
     // When the first run can make the row too long, bytes of the second must not be read.
-    if (elementCount() + 1 < kTooManyElements) [[likely]] {
+    if (end_ + 1 < limit_) [[likely]] {
       if (in.count < kShortestPair && !more(in)) return false;
       RunPair pair = findPair(in, colour);
       while (pair.length() > in.count) {
@@ -256,6 +253,7 @@ class RowDecoder::Row {
   const uint16_t* reference_;
   uint16_t* coding_;
   uint16_t* end_;  // of the elements so far
+  const uint16_t* limit_;
   int32_t width_;
   int32_t a0_ = -1;  // left of the first pixel; elements that verticals() added may be ahead of it
   uint32_t b1_ = 0;  // number of the reference element; odd while a black run goes on
@@ -271,7 +269,6 @@ bool RowDecoder::allocate() {
   if (!memory_) return false;
   reference_ = memory_.get() + kBefore;
   coding_ = reference_ + rowSize;
-  reference_[-1] = coding_[-1] = kLeftOfRow;
   std::fill_n(reference_, kImaginary, uint16_t(width_));
   return true;
 }
