@@ -34,14 +34,11 @@
 #include <bit>
 #include <cstring>
 
+#include "g4/lanes.h"
 #include "g4/row_decoder_tables.h"
 
 namespace rle::g4 {
 namespace {
-
-constexpr uint32_t kLanes = 8;
-using Lanes = int16_t __attribute__((vector_size(2 * kLanes)));
-using ByteLanes = int8_t __attribute__((vector_size(kLanes)));
 
 // Imaginary elements: b1 is at most the third of them, and b2 the one behind it.
 constexpr uint32_t kImaginary = 4;
@@ -56,30 +53,6 @@ constexpr uint32_t kShortestPair = 6;
 
 // No run goes further. Make-up codes may follow each other without end; sums stop here.
 constexpr int32_t kFar = 1 << 16;
-
-Lanes load(const uint16_t* elements) {
-  Lanes lanes;
-  std::memcpy(&lanes, elements, sizeof lanes);
-  return lanes;
-}
-
-// Eight signed bytes as lanes.
-Lanes widened(const int8_t* bytes) {
-  ByteLanes packed;
-  std::memcpy(&packed, bytes, sizeof packed);
-  // Each byte twice; the shift keeps the upper one with its sign.
-  return Lanes(__builtin_shufflevector(packed, packed, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7,
-                                       7)) >>
-         8;
-}
-
-// The low byte of each lane, the first lane's lowest.
-uint64_t narrowed(Lanes lanes) {
-  const ByteLanes packed = __builtin_convertvector(lanes, ByteLanes);
-  uint64_t bytes;
-  std::memcpy(&bytes, &packed, sizeof bytes);
-  return bytes;
-}
 
 consteval std::array<uint8_t, 256> byteBits(bool reversed) {
   std::array<uint8_t, 256> bits{};
@@ -137,10 +110,6 @@ class RowDecoder::Row {
 
   // Takes the vertical codes of a step as long as they need no care; returns how many. They do not
   // complete the row.
-  //
-  // Lanes are compared as signed numbers, where columns from 32768 on look negative. They keep
-  // their order among themselves, and in front of them everything seems out of order; so the first
-  // of them is taken with care, and all is right with the others.
   uint32_t verticals(const Step& step) {
     const uint16_t* const b1 = reference_ + b1_;
     const Lanes offsets = widened(step.offsets);
@@ -152,7 +121,7 @@ class RowDecoder::Row {
     const uint64_t settled = narrowed(inOrder | (offsets == int16_t{kNoOffset}));
     uint32_t taken = step.count;
     if (settled != UINT64_MAX) [[unlikely]]
-      taken = uint32_t(std::countr_one(settled)) / 8;
+      taken = countSet(settled);
     std::memcpy(end_, &elements, sizeof elements);
     end_ += taken;
     b1_ += taken;

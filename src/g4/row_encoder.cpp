@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "g4/lanes.h"
+
 namespace rle::g4 {
 namespace {
 
@@ -38,6 +40,41 @@ bool putRun(BitWriter& out, int32_t length, uint32_t colour) {
   return true;
 }
 
+// The vertical codes that the next elements of a row start with. As long as each lies between the
+// neighbours of its b1,
+//
+//     reference[b1 - 1] <= element < reference[b1 + 1]
+//
+// nothing is passed and the next b1 is the next element of the reference.
+struct VerticalCodes {
+  // Reads the reference from one element before b1 to kLanes behind it.
+  VerticalCodes(const uint16_t* b1, const uint16_t* a1) {
+    const Lanes elements = load(a1);
+    const Lanes offset = elements - load(b1);
+    const Lanes vertical = (offset >= int16_t{-kMaxOffset}) & (offset <= int16_t{kMaxOffset}) &
+                           ~(load(b1 - 1) > elements) & (load(b1 + 1) > elements);
+    offsets = narrowed(offset + int16_t{kMaxOffset});
+    count = countSet(narrowed(vertical));
+  }
+
+  bool put(BitWriter& out) const {
+    uint64_t bits = 0;
+    uint32_t bitCount = 0;
+    uint64_t rest = offsets;
+    for (uint32_t i = 0; i < count; ++i, rest >>= 8) {
+      const Word word = kVerticalWords[rest & 0xFF];
+      bits |= uint64_t{word.bits} << bitCount;
+      bitCount += word.length;
+    }
+    if (!out.makeRoom(bitCount)) return false;
+    out.put(bits, bitCount);
+    return true;
+  }
+
+  uint64_t offsets;  // a byte each, from kMaxOffset to the left on
+  uint32_t count;
+};
+
 }  // namespace
 
 bool RowEncoder::row(Elements above, Elements row) {
@@ -50,6 +87,16 @@ bool RowEncoder::row(Elements above, Elements row) {
   uint32_t b1 = 0;    // number of a reference element; even while white runs on, else odd
   int32_t a1 = 0;
   do {
+    if (b1 > 0 && b1 + kLanes < above.count && next + kLanes <= row.count) {
+      const VerticalCodes codes(above.at + b1, row.at + next);
+      if (codes.count > 0) {
+        if (!codes.put(out)) return false;
+        b1 += codes.count;
+        next += codes.count;
+        a0 = a1 = row.at[next - 1];
+        if (codes.count == kLanes) continue;
+      }
+    }
     a1 = coding[next++];
     while (reference[b1 + 1] < a1) {
       if (!out.makeRoom(kVerticalRoom)) return false;

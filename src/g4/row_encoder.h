@@ -24,10 +24,11 @@ class BitWriter {
  public:
   explicit BitWriter(RleStream* stream) : stream_(stream) {}
 
-  void put(Word word) {
-    bits_ |= uint64_t{word.bits} << bitCount_;
-    bitCount_ += word.length;
+  void put(uint64_t bits, uint32_t bitCount) {
+    bits_ |= bits << bitCount_;
+    bitCount_ += bitCount;
   }
+  void put(Word word) { put(word.bits, word.length); }
 
   // There is room for `bits` more; false when the stream refused a byte to make it.
   bool makeRoom(uint32_t bits) { return bitCount_ + bits <= 64 || writeWholeBytes(); }
