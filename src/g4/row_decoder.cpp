@@ -63,14 +63,6 @@ consteval std::array<uint8_t, 256> byteBits(bool reversed) {
 }
 constexpr std::array<uint8_t, 256> kByteBits[2] = {byteBits(true), byteBits(false)};
 
-// Bits of the first vertical codes of a step.
-uint32_t bitsOf(const Step& step, uint32_t count) {
-  uint32_t bits = 0U - step.begun;
-  for (uint32_t i = 0; i < count; ++i)
-    bits += kVerticalWords[size_t(step.offsets[i] + kMaxOffset)].length;
-  return bits;
-}
-
 // Bits at hand while runs are decoded, the first lowest.
 struct Bits {
   uint32_t bits;
@@ -108,9 +100,9 @@ class RowDecoder::Row {
     return byte == -1 ? -1 : byteBits_[uint8_t(byte)];
   }
 
-  // Takes the vertical codes of a step as long as they need no care; returns how many. They do not
-  // complete the row.
-  uint32_t verticals(const Step& step) {
+  // Takes the vertical codes of a step as long as they need no care, and counts them; true when
+  // that was all. They do not complete the row.
+  bool verticals(const Step& step, uint32_t& taken) {
     const uint16_t* const b1 = reference_ + b1_;
     const Lanes offsets = widened(step.offsets);
     const Lanes elements = load(b1) + offsets;
@@ -119,13 +111,12 @@ class RowDecoder::Row {
     const Lanes inOrder =
         (elements > before) & ~(load(b1 - 1) > elements) & (load(b1 + 1) > elements);
     const uint64_t settled = narrowed(inOrder | (offsets == int16_t{kNoOffset}));
-    uint32_t taken = step.count;
-    if (settled != UINT64_MAX) [[unlikely]]
-      taken = countSet(settled);
+    const bool all = settled == UINT64_MAX;
+    taken = all ? step.count : countSet(settled);
     std::memcpy(end_, &elements, sizeof elements);
     end_ += taken;
     b1_ += taken;
-    return taken;
+    return all;
   }
 
   // Takes one vertical code, whatever it does.
@@ -257,10 +248,10 @@ RowDecoder::Result RowDecoder::next() {
   uint32_t bits = bitsLeft_;  // what the step looks at, below a 1
   const Step* step = &kSteps[kPartialSteps + bits];
   for (;;) {
-    const uint32_t taken = row.verticals(*step);
-    if (taken < step->count) [[unlikely]] {
+    uint32_t taken;
+    if (!row.verticals(*step, taken)) [[unlikely]] {
       row.vertical(step->offsets[taken]);
-      bits >>= bitsOf(*step, taken + 1);
+      bits >>= step->bitsThrough(taken);
       if (row.complete()) return finish(row, bits);
       step = &kSteps[kPartialSteps + bits];
       continue;

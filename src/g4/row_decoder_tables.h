@@ -33,18 +33,19 @@ constexpr uint32_t kStepsPerNode = 256;
 
 struct alignas(16) Step {
   int8_t offsets[8];  // of the vertical codes, kNoOffset behind the last
-  uint8_t count;      // how many
-  Mode stop;          // the code that ends the step; Vertical when all bits are used up
-  uint8_t used;       // bits used, with that code
-  uint8_t begun;      // bits of the first code that came before this step's bits
+  uint32_t ends;      // four bits for each of them: how many bits are used up to its end
   uint16_t next;      // where the steps of the next byte start, when all bits are used up
+  uint8_t count;      // of the vertical codes
+  Mode stop : 4;      // the code that ends the step; Vertical when all bits are used up
+  uint8_t used : 4;   // bits used, with that code
+
+  uint32_t bitsThrough(uint32_t vertical) const { return ends >> 4 * vertical & 0xF; }
 };
 
 struct ModeTree {
   static constexpr size_t kInnerNodes = std::size(kModeCodes) - 1;
   struct Node {
     int8_t child[2];  // an inner node, or ~index of a code
-    uint8_t depth;
   };
   std::array<Node, kInnerNodes> nodes{};
 
@@ -58,10 +59,7 @@ struct ModeTree {
         if (depth == word.length) {
           child = int8_t(~int(code));
         } else {
-          if (child == 0) {
-            nodes[size_t(made)].depth = uint8_t(depth);
-            child = made++;
-          }
+          if (child == 0) child = made++;
           at = size_t(child);
         }
       }
@@ -74,7 +72,6 @@ constexpr uint32_t kPartialSteps = ModeTree::kInnerNodes * kStepsPerNode;
 consteval Step makeStep(const ModeTree& tree, size_t node, uint32_t bits, uint32_t bitCount) {
   Step step{};
   for (int8_t& offset : step.offsets) offset = kNoOffset;
-  step.begun = tree.nodes[node].depth;
   for (uint32_t i = 0; i < bitCount; ++i) {
     const int child = tree.nodes[node].child[bits >> i & 1];
     node = child < 0 ? 0 : size_t(child);
@@ -82,12 +79,13 @@ consteval Step makeStep(const ModeTree& tree, size_t node, uint32_t bits, uint32
     const ModeCode& code = kModeCodes[~child];
     if (code.mode != Mode::Vertical) {
       step.stop = code.mode;
-      step.used = uint8_t(i + 1);
+      step.used = (i + 1) & 0xF;
       return step;
     }
+    step.ends |= (i + 1) << 4 * step.count;
     step.offsets[step.count++] = code.offset;
   }
-  step.used = uint8_t(bitCount);
+  step.used = bitCount & 0xF;
   step.next = uint16_t(node * kStepsPerNode);
   return step;
 }
