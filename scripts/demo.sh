@@ -20,7 +20,7 @@ fi
 mkdir -p demo
 rle=build/demo/bin/rle
 page=docs/page/page.tif
-"$rle" convert "$page" demo/title.tif --crop 900,110,1580,220
+"$rle" convert "$page" demo/title.tif --crop 900,110,1580,206
 "$rle" convert "$page" demo/edited.tif \
   --blank 1290,430,2310,1260 \
   --merge demo/title.tif,1460,790,set \

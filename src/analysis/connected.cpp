@@ -286,14 +286,13 @@ class Component {
     for (const uint64_t word : found) count += uint32_t(std::popcount(word));
     line.runs = rleAllocRuns(lastFittedCount(count));
     if (line.runs == nullptr) return false;
-    const RleRun* source = image_.rows[y]->runs;
     RleRun* end = line.runs;
-    for (const uint64_t word : found) {
-      for (uint64_t rest = word; rest != 0; rest &= rest - 1) {
+    for (size_t word = 0; word < found.size(); ++word) {
+      const RleRun* const source = image_.rows[y]->runs + word * kWordBits;
+      for (uint64_t rest = found[word]; rest != 0; rest &= rest - 1) {
         const RleRun run = source[std::countr_zero(rest)];
         if (run.start < run.end) *end++ = {uint16_t(run.start - left_), uint16_t(run.end - left_)};
       }
-      source += kWordBits;
     }
     line.count = uint16_t(end - line.runs);
     return true;

@@ -14,90 +14,64 @@
 
 #include "draw/edge_table.h"
 
-#include <algorithm>
 #include <span>
 #include <utility>
 
 namespace rle {
 namespace {
 
-// An edge looked at from its current row upwards. On the row j rows above, its true place is
-// j * step + (part + j * slope) / height columns left of its x, and the floor of that is how many
-// columns left of its x it stood. All values but `step` are below 2^32, as is every j.
-struct Backwards {
-  int64_t step;
-  uint64_t slope;
-  uint64_t part;
-  uint64_t height;
-
-  explicit Backwards(const RleEdge& edge) {
-    const int64_t rest = edge.increment / 2;
-    const int64_t rows = (edge.increment - edge.altIncrement) / 2;
-    height = uint64_t(rows);
-    if (edge.altStep > 0) {
-      step = edge.step;
-      slope = uint64_t(rest);
-      part = uint64_t(rest - edge.error / 2);
-    } else {
-      step = edge.altStep;
-      slope = uint64_t(rows - rest);
-      part = uint64_t(rows - rest + edge.error / 2);
-    }
-  }
-};
-
-// -1 when `a` runs left of `b` on the row j rows above one where both have the same x, 1 when it
-// runs right of it, 0 when they meet there.
-int sideAbove(const Backwards& a, const Backwards& b, uint64_t j) {
-  const uint64_t placeA = a.part + j * a.slope;
-  const uint64_t placeB = b.part + j * b.slope;
-  const int64_t wholeA = int64_t(j) * a.step + int64_t(placeA / a.height);
-  const int64_t wholeB = int64_t(j) * b.step + int64_t(placeB / b.height);
+// On the row j rows above its current one, an edge's true place is
+// j * step + (error + j * increment) / height columns left of its x. -1 when `a` runs left of `b`
+// there, both having the same x now, 1 when it runs right of it, 0 when they meet.
+int sideAbove(const RleEdge& a, const RleEdge& b, uint64_t j) {
+  const uint64_t partsA = a.error + j * a.increment;
+  const uint64_t partsB = b.error + j * b.increment;
+  const int64_t wholeA = int64_t(j) * a.step + int64_t(partsA / a.height);
+  const int64_t wholeB = int64_t(j) * b.step + int64_t(partsB / b.height);
   if (wholeA != wholeB) return wholeA > wholeB ? -1 : 1;
-  const uint64_t restA = placeA % a.height * b.height;
-  const uint64_t restB = placeB % b.height * a.height;
+  const uint64_t restA = partsA % a.height * b.height;
+  const uint64_t restB = partsB % b.height * a.height;
   if (restA != restB) return restA > restB ? -1 : 1;
   return 0;
 }
 
-// The sum of (part + j * slope) / height, rounded down, for j in [0, n), modulo 2^64. As in
-// Euclid's algorithm, the lattice points under the line are counted after taking away the whole
-// part of the slope, with rows and columns exchanged.
-uint64_t floorSum(uint64_t n, uint64_t height, uint64_t slope, uint64_t part) {
+// The sum of (error + j * increment) / height, rounded down, for j in [0, n), modulo 2^64. The
+// lattice points under the line are counted as Euclid's algorithm would: the whole parts are taken
+// away, then rows and columns change places. All arguments are below 2^32.
+uint64_t floorSum(uint64_t n, uint64_t height, uint64_t increment, uint64_t error) {
   uint64_t sum = 0;
   for (;;) {
-    sum += n * (n - 1) / 2 * (slope / height) + n * (part / height);
-    slope %= height;
-    part %= height;
-    const uint64_t reach = slope * n + part;
+    sum += n * (n - 1) / 2 * (increment / height) + n * (error / height);
+    increment %= height;
+    error %= height;
+    const uint64_t reach = n * increment + error;
     if (reach < height) return sum;
     n = reach / height;
-    part = reach % height;
-    std::swap(slope, height);
+    error = reach % height;
+    std::swap(increment, height);
   }
 }
 
-// The sum, modulo 2^64, of the columns by which the edge stood left of its x on the rows 0 to n - 1
-// above.
-uint64_t columnsLeft(const Backwards& edge, uint64_t n) {
-  return n * (n - 1) / 2 * uint64_t(edge.step) + floorSum(n, edge.height, edge.slope, edge.part);
+// The sum, modulo 2^64, of how many columns left of its x the edge stood on the rows j above, for j
+// in [0, n).
+uint64_t columnsLeft(const RleEdge& edge, uint64_t n) {
+  return n * (n - 1) / 2 * uint64_t(int64_t{edge.step}) +
+         floorSum(n, edge.height, edge.increment, edge.error);
 }
 
-// Whether two edges, neither of which crosses the other there, stood on different columns on any of
-// the rows j above with j in [from, to). Each difference is below 2^32 and all have one sign, so
-// the sum is below 2^64.
-bool wereApart(const Backwards& a, const Backwards& b, uint64_t from, uint64_t to) {
+// Whether two edges that do not cross between them stood on different columns on any of the rows j
+// above, j in [from, to). The differences all have one sign, each is below 2^32 and there are at
+// most 2^31 of them, so their sum is right modulo 2^64.
+bool wereApart(const RleEdge& a, const RleEdge& b, uint64_t from, uint64_t to) {
   return columnsLeft(a, to) - columnsLeft(a, from) != columnsLeft(b, to) - columnsLeft(b, from);
 }
 
 // For two edges with the same x: -1 when `a` was left of `b` on the last of the `rows` rows above
 // on which they stood apart, 1 when it was right of it, 0 when there is no such row.
-int lastSide(const RleEdge& edgeA, const RleEdge& edgeB, uint64_t rows) {
+int lastSide(const RleEdge& a, const RleEdge& b, uint64_t rows) {
   if (rows == 0) return 0;
-  const Backwards a(edgeA);
-  const Backwards b(edgeB);
   int side = sideAbove(a, b, 1);
-  if (side == 0) side = sideAbove(a, b, rows);  // they cross on the row above, or are one line
+  if (side == 0) side = sideAbove(a, b, rows);  // they meet on the row above, or always
   if (side == 0) return 0;
   uint64_t crossing = 1;  // the first row above on which the side is the other one
   for (uint64_t end = rows + 1; crossing < end;) {
@@ -115,36 +89,23 @@ int lastSide(const RleEdge& edgeA, const RleEdge& edgeB, uint64_t rows) {
 RleEdge edgeBetween(const RlePoint& upper, const RlePoint& lower) {
   const int64_t dx = int64_t{lower.x} - upper.x;
   const int64_t dy = int64_t{lower.y} - upper.y;
+  const int64_t step = dx / dy - (dx % dy < 0 ? 1 : 0);
   RleEdge edge{};
   edge.top = upper.y;
   edge.bottom = lower.y - 1;
   edge.x = upper.x;
-  edge.step = dx / dy;
-  if (dx < 0) {
-    edge.altStep = edge.step - 1;
-    edge.altIncrement = 2 * (dy * edge.altStep - dx);
-    edge.increment = 2 * (dy * edge.step - dx);
-    edge.error = edge.altIncrement;
-  } else {
-    edge.altStep = edge.step + 1;
-    edge.altIncrement = 2 * (dx - dy * edge.altStep);
-    edge.increment = 2 * (dx - dy * edge.step);
-    edge.error = edge.increment;
-  }
+  edge.height = uint32_t(dy);
+  edge.step = int32_t(step);  // leaves 32 bits only where there is no second row to step to
+  edge.increment = uint32_t(dx - step * dy);
   return edge;
 }
 
-// The same as stepDown so many times. How often altStep is taken follows from the edge standing at
-// the ceiling of its true x. Sums are modulo 2^64: what they amount to fits.
+// The same as stepDown so many times, for an edge on its first row.
 void stepDownRows(RleEdge& edge, uint64_t rows) {
-  const uint64_t rest = uint64_t(edge.increment) / 2;
-  const uint64_t height = uint64_t(edge.increment - edge.altIncrement) / 2;
-  const uint64_t roundUp = edge.altStep > 0 ? height - 1 : 0;
-  const uint64_t alts = (rows * rest + roundUp) / height;
-  const uint64_t columns = (rows - alts) * uint64_t(edge.step) + alts * uint64_t(edge.altStep);
-  edge.x = int32_t(edge.x + int64_t(columns));
-  edge.error +=
-      int64_t((rows - alts) * uint64_t(edge.increment) + alts * uint64_t(edge.altIncrement));
+  const uint64_t parts = rows * edge.increment;
+  const uint64_t columns = (parts + edge.height - 1) / edge.height;
+  edge.x = int32_t(edge.x + int64_t(rows) * edge.step + int64_t(columns));
+  edge.error = uint32_t(columns * edge.height - parts);
 }
 
 }  // namespace
@@ -195,16 +156,14 @@ bool RleEdgeTable::joinsBefore(const RleEdge& a, const RleEdge& b) const {
 
 bool RleEdgeTable::fileInBuckets() {
   RleScanBucket* bucket = &sentinel_;
-  RleEdge** link = nullptr;
-  for (RleEdge* edge : std::span(order_.get(), size_)) {
-    if (link == nullptr || bucket->scanline != joinsAt(*edge)) {
+  RleEdge** const end = order_.get() + size_;
+  for (RleEdge** edge = order_.get(); edge != end; ++edge) {
+    if (bucket == &sentinel_ || bucket->scanline != joinsAt(**edge)) {
       bucket = bucket->next = newBucket();
       if (bucket == nullptr) return false;
-      *bucket = {joinsAt(*edge), nullptr, nullptr};
-      link = &bucket->edges;
+      *bucket = {joinsAt(**edge), edge, edge, nullptr};
     }
-    *link = edge;
-    link = &edge->next;
+    ++bucket->end;
   }
   return true;
 }

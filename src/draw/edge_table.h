@@ -2,9 +2,9 @@
 //
 // An edge belongs to the rows from its upper end down to, but not including, its lower end, so that
 // two edges that meet at a vertex never both cross the vertex's row on account of it. On each of
-// its rows the edge stands at the ceiling of its true x. Horizontal edges cross no row.
+// its rows the edge stands on the ceiling of its true x. Horizontal edges cross no row.
 //
-//     row 0   P . . .        P(0,0) to Q(3,4): x is 0, 1, 2, 3 on rows 0 to 3,
+//     row 0   P . . .        from P (0, 0) to Q (3, 4): columns 0, 1, 2, 3 on rows 0 to 3,
 //     row 1   . * . .        the ceilings of 0, 3/4, 6/4 and 9/4
 //     row 2   . . * .
 //     row 3   . . . *
@@ -22,32 +22,32 @@
 
 namespace rle {
 
-// An edge on its way down. Ends and x are 32 bits, as vertices are; the terms that combine widths
-// and heights of up to 2^32 are 64 bits, so that no two vertices are too far apart.
+// An edge on its way down. From row to row its true x changes by step + increment / height columns,
+// step rounded down, so that all edges are moved alike and no term leaves 32 bits however far apart
+// two vertices are. A scan is bound by how fast it gets at the edges: these are 32 bytes each.
 struct RleEdge {
-  int32_t bottom;        // the last row it crosses
-  int32_t x;             // where it stands on the current row
-  int64_t error;         // decides between the two steps
-  int64_t step;          // to the next row's x ...
-  int64_t altStep;       // ... or this one, which is one column more in the edge's direction
-  int64_t altIncrement;  // for error, with altStep
-  int64_t increment;     // for error, with step
-  RleEdge* next;         // in its bucket, the next to the right
-  int32_t top;           // the first row it crosses
-  int32_t winding;       // 1 when the boundary runs down along it, -1 when it runs up
+  int32_t bottom;      // the last row it crosses
+  int32_t x;           // where it stands on the current row
+  uint32_t error;      // how far right of its true x that is, in 1/height columns; below height
+  uint32_t increment;  // below height
+  uint32_t height;     // rows it crosses, from its upper end
+  int32_t step;
+  int32_t top;      // the first row it crosses
+  int32_t winding;  // 1 when the boundary runs down along it, -1 when it runs up
 };
 
-// Moves an edge to the row below.
+// Moves an edge to the row below, without a jump: which way it would go nobody could foretell.
 inline void stepDown(RleEdge& edge) {
-  const int64_t alt = -int64_t{edge.error > edge.altStep >> 63};
-  edge.x = int32_t(edge.x + edge.step + (alt & (edge.altStep - edge.step)));
-  edge.error += edge.increment + (alt & (edge.altIncrement - edge.increment));
+  const uint32_t next = edge.error < edge.increment ? 1 : 0;
+  edge.x = int32_t(uint32_t(edge.x) + uint32_t(edge.step) + next);
+  edge.error = edge.error - edge.increment + (edge.height & (0 - next));
 }
 
 // The edges that join the scan on one row, from left to right.
 struct RleScanBucket {
   int32_t scanline;
-  RleEdge* edges;
+  RleEdge** edges;
+  RleEdge** end;
   RleScanBucket* next;
 };
 
@@ -58,11 +58,8 @@ struct RleBucketBlock {
   RleBucketBlock* next;
 };
 
-struct FreeMemory {
-  void operator()(void* memory) const { std::free(memory); }
-};
-using OwnedEdges = std::unique_ptr<RleEdge[], FreeMemory>;
-using OwnedEdgeOrder = std::unique_ptr<RleEdge*[], FreeMemory>;
+using OwnedEdges = std::unique_ptr<RleEdge[], FreeWith<std::free>>;
+using OwnedEdgeList = std::unique_ptr<RleEdge*[], FreeWith<std::free>>;
 
 // The part of a polygon's boundary that crosses the rows [firstRow, endRow).
 class RleEdgeTable {
@@ -73,7 +70,7 @@ class RleEdgeTable {
   ~RleEdgeTable();
 
   // Fills the empty table. Time and memory go with the number of edges only: one that starts above
-  // firstRow is put where it stands there, by one division. False when memory runs out.
+  // firstRow is put where it stands there by one division. False when memory runs out.
   bool build(const RlePoint* points, uint32_t count, int32_t firstRow, int32_t endRow);
 
   // The rows that edges cross are [smallestY, largestY); none when smallestY is the larger.
@@ -85,9 +82,6 @@ class RleEdgeTable {
 
   // The number of edges.
   uint32_t size() const { return size_; }
-
-  // Room for a list of that many edges.
-  RleEdge** activeEdges() { return order_.get(); }
 
  private:
   // The row on which an edge joins the scan.
@@ -102,7 +96,7 @@ class RleEdgeTable {
   int32_t smallestY_ = 2147483647;
   int32_t largestY_ = -2147483647;
   OwnedEdges edges_;
-  OwnedEdgeOrder order_;
+  OwnedEdgeList order_;       // the edges as they join the scan
   RleScanBucket sentinel_{};  // heads the list of buckets, topmost first
   RleBucketBlock firstBlock_{};
   RleBucketBlock* block_ = &firstBlock_;

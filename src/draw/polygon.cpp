@@ -14,6 +14,7 @@
 // edges that come from above where they stand on the image's first row.
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <span>
 
@@ -31,12 +32,18 @@ constexpr int32_t kNotZero = -1;
 // The edges that cross a row, from left to right.
 class ActiveEdges {
  public:
-  explicit ActiveEdges(RleEdge** room) : edges_(room), end_(room) {}
+  // Makes room for `count` edges.
+  explicit ActiveEdges(uint32_t count)
+      : edges_(static_cast<RleEdge**>(std::malloc(std::max(1U, count) * sizeof(RleEdge*)))),
+        end_(edges_.get()) {}
+
+  // False when there is no memory for the list.
+  explicit operator bool() const { return edges_ != nullptr; }
 
   // Sorts the edges of a bucket in, each before those with the same x.
   void join(const RleScanBucket& bucket) {
-    RleEdge** at = edges_;
-    for (RleEdge* edge = bucket.edges; edge != nullptr; edge = edge->next) {
+    RleEdge** at = edges_.get();
+    for (RleEdge* edge : std::span(bucket.edges, bucket.end)) {
       at = std::partition_point(at, end_, [&](const RleEdge* other) { return other->x < edge->x; });
       std::memmove(at + 1, at, size_t(end_++ - at) * sizeof(RleEdge*));
       *at++ = edge;
@@ -45,14 +52,17 @@ class ActiveEdges {
 
   // Writes the spans of row y, clipped to [0, width), to `spans`, and moves on to the next row.
   // Returns the end of the spans. There is room for one more than there can be.
-  RleRun* scan(int32_t y, int32_t insideBits, int32_t width, RleRun* spans) {
+  template <int32_t insideBits>
+  RleRun* scan(int32_t y, int32_t width, RleRun* spans) {
     int32_t winding = 0;
     uint32_t start = 0;
     int32_t lastX = INT32_MIN;
-    RleEdge** kept = edges_;
-    for (RleEdge** at = edges_; at != end_; ++at) {
+    RleEdge** const edges = edges_.get();
+    RleEdge** kept = edges;
+    for (RleEdge** at = edges; at != end_; ++at) {
       RleEdge& edge = **at;
-      const uint32_t column = uint32_t(std::clamp(edge.x, 0, width));
+      uint32_t column = uint32_t(edge.x);
+      if (column > uint32_t(width)) column = edge.x < 0 ? 0 : uint32_t(width);
       const bool inside = (winding & insideBits) != 0;
       winding += edge.winding;
       if (!inside) {
@@ -67,7 +77,7 @@ class ActiveEdges {
       if (edge.x >= lastX)
         lastX = edge.x;
       else
-        for (; to != edges_ && to[-1]->x > edge.x; --to) *to = to[-1];
+        for (; to != edges && to[-1]->x > edge.x; --to) *to = to[-1];
       *to = &edge;
     }
     end_ = kept;
@@ -75,7 +85,7 @@ class ActiveEdges {
   }
 
  private:
-  RleEdge** edges_;
+  OwnedEdgeList edges_;
   RleEdge** end_;
 };
 
@@ -87,21 +97,22 @@ extern "C" void rleFillPolygon(RleRect* image, int32_t count, RlePoint* points, 
   if (count < 3) return;
   rle::RleEdgeTable table;
   if (!table.build(points, uint32_t(count), 0, image->height)) return;
+  rle::ActiveEdges active(table.size());
   // Spans neither overlap nor are empty, and two edges bound each.
   rle::RunScratch spanScratch;
   RleRun* const spans = spanScratch.reserve(std::min<uint32_t>(image->width, table.size() / 2) + 1);
-  if (spans == nullptr) return;
+  if (!active || spans == nullptr) return;
   rle::RunScratch rowScratch;
   const rle::Paint paint = rle::paintFor(colour, pattern, mode);
   const int32_t insideBits = fillRule == 0 ? rle::kOdd : rle::kNotZero;
-  rle::ActiveEdges active(table.activeEdges());
   const rle::RleScanBucket* bucket = table.firstBucket();
   for (int32_t y = table.smallestY(); y < table.largestY(); ++y) {
     if (bucket != nullptr && bucket->scanline == y) {
       active.join(*bucket);
       bucket = bucket->next;
     }
-    RleRun* const end = active.scan(y, insideBits, image->width, spans);
+    RleRun* const end = insideBits == 1 ? active.scan<1>(y, image->width, spans)
+                                        : active.scan<-1>(y, image->width, spans);
     rle::paintRow(*image, uint16_t(y), {spans, end}, paint, pattern, mode, rowScratch);
   }
 }

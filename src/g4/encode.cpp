@@ -22,9 +22,9 @@ constexpr uint32_t kMaxElements = 51600;  // in a row
 static_assert(sizeof(RleRun) == 2 * sizeof(uint16_t));
 
 bool inOrder(Elements row, uint32_t width) {
-  bool ascending = true;
-  for (uint32_t i = 1; i < row.count; ++i) ascending &= row.at[i - 1] < row.at[i];
-  return ascending && (row.count == 0 || row.at[row.count - 1] <= width);
+  uint16_t wrong = 0;  // a number of the elements' size: compilers make vector code of this
+  for (uint32_t i = 1; i < row.count; ++i) wrong |= uint16_t(row.at[i - 1] >= row.at[i]);
+  return wrong == 0 && (row.count == 0 || row.at[row.count - 1] <= width);
 }
 
 // Makes the lists of changing elements. Those of valid rows are the runs themselves; others are

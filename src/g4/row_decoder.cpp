@@ -34,17 +34,11 @@
 #include <bit>
 #include <cstring>
 
+#include "g4/lanes.h"
 #include "g4/row_decoder_tables.h"
 
 namespace rle::g4 {
 namespace {
-
-constexpr uint32_t kLanes = 8;
-using Lanes = int16_t __attribute__((vector_size(2 * kLanes)));
-using ByteLanes = int8_t __attribute__((vector_size(kLanes)));
-
-// Lanes are compared as signed numbers: columns of wider rows, with an offset, do not fit.
-constexpr int32_t kMaxLaneWidth = INT16_MAX - kMaxOffset;
 
 // Imaginary elements: b1 is at most the third of them, and b2 the one behind it.
 constexpr uint32_t kImaginary = 4;
@@ -54,26 +48,11 @@ constexpr uint32_t kImaginary = 4;
 constexpr uint32_t kBefore = kLanes;
 constexpr uint32_t kBehind = kImaginary + 2 * kLanes;
 
+// White and black take 4 and 2 bits at least.
+constexpr uint32_t kShortestPair = 6;
+
 // No run goes further. Make-up codes may follow each other without end; sums stop here.
 constexpr int32_t kFar = 1 << 16;
-
-Lanes load(const uint16_t* elements) {
-  Lanes lanes;
-  std::memcpy(&lanes, elements, sizeof lanes);
-  return lanes;
-}
-
-// Eight signed bytes as lanes.
-Lanes widened(const int8_t* bytes) {
-  ByteLanes packed;
-  std::memcpy(&packed, bytes, sizeof packed);
-  // Each byte twice; the shift keeps the upper one with its sign.
-  return Lanes(__builtin_shufflevector(packed, packed, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7,
-                                       7)) >>
-         8;
-}
-
-Lanes greater(Lanes a, Lanes b) { return a > b ? a : b; }
 
 consteval std::array<uint8_t, 256> byteBits(bool reversed) {
   std::array<uint8_t, 256> bits{};
@@ -106,11 +85,12 @@ class RowDecoder::Row {
         reference_(decoder.reference_),
         coding_(decoder.coding_),
         end_(decoder.coding_),
+        limit_(decoder.coding_ + kTooManyElements),
         width_(int32_t(decoder.width_)) {}
 
   uint32_t elementCount() const { return uint32_t(end_ - coding_); }
+  bool full() const { return end_ >= limit_; }
   bool complete() const { return a0_ >= width_; }
-  bool full() const { return elementCount() >= kTooManyElements; }
 
   // The next byte, first bit lowest, or -1 when there is none or too many elements came before it.
   int32_t nextByte() {
@@ -120,31 +100,28 @@ class RowDecoder::Row {
     return byte == -1 ? -1 : byteBits_[uint8_t(byte)];
   }
 
-  // Takes the vertical codes of a step; false, with nothing done, when they need care.
-  bool verticals(const Step& step) {
-    if (width_ > kMaxLaneWidth) [[unlikely]]
-      return false;
+  // Takes the vertical codes of a step as long as they need no care, and counts them; true when
+  // that was all. They do not complete the row.
+  bool verticals(const Step& step, uint32_t& taken) {
     const uint16_t* const b1 = reference_ + b1_;
     const Lanes offsets = widened(step.offsets);
     const Lanes elements = load(b1) + offsets;
-    // Greater than the element before it and not less than the reference's element before b1.
-    const Lanes a0 = {int16_t(a0_)};
-    const Lanes below = greater(load(b1 - 1) + greater(widened(&step.before), Lanes{} - 1), a0);
-    const Lanes inOrder = (elements > below) & (load(b1 + 1) > elements);
-    const Lanes settled = inOrder | (offsets == int16_t{kNoOffset});
-    uint64_t halves[2];
-    std::memcpy(halves, &settled, sizeof halves);
-    if ((halves[0] & halves[1]) != UINT64_MAX) [[unlikely]]
-      return false;
+    Lanes before = __builtin_shufflevector(Lanes{}, elements, 0, 8, 9, 10, 11, 12, 13, 14);
+    before[0] = int16_t(std::max<int32_t>(a0_, end_[-1]));
+    const Lanes inOrder =
+        (elements > before) & ~(load(b1 - 1) > elements) & (load(b1 + 1) > elements);
+    const uint64_t settled = narrowed(inOrder | (offsets == int16_t{kNoOffset}));
+    const bool all = settled == UINT64_MAX;
+    taken = all ? step.count : countSet(settled);
     std::memcpy(end_, &elements, sizeof elements);
-    end_ += step.count;
-    b1_ += step.count;
-    a0_ = step.count == 0 ? a0_ : end_[-1];
-    return true;
+    end_ += taken;
+    b1_ += taken;
+    return all;
   }
 
+  // Takes one vertical code, whatever it does.
   void vertical(int32_t offset) {
-    a0_ = std::max(reference_[b1_] + offset, a0_ + 1);
+    a0_ = std::max(reference_[b1_] + offset, a0() + 1);
     *end_++ = uint16_t(std::min(a0_, width_));
     // The colour changes, and with it the parity of b1. Having gone far to the left, the element
     // before b1 may still lie ahead.
@@ -161,17 +138,18 @@ class RowDecoder::Row {
   bool horizontal(Bits& in) {
     const uint32_t colour = b1_ & 1;
     // When the first run can make the row too long, bytes of the second must not be read.
-    if (elementCount() + 1 < kTooManyElements) [[likely]] {
+    if (end_ + 1 < limit_) [[likely]] {
+      if (in.count < kShortestPair && !more(in)) return false;
       RunPair pair = findPair(in, colour);
-      while (pair.length > in.count) {
+      while (pair.length() > in.count) {
         if (!more(in)) return false;
         pair = findPair(in, colour);
       }
-      if (pair.length <= kPairBits) [[likely]] {
-        if (pair.invalid != 0) return false;
-        in.drop(pair.length);
-        appendRun(pair.first);
-        appendRun(pair.second);
+      if (pair.length() <= kPairBits) [[likely]] {
+        if (pair.first() == kInvalidRun) return false;
+        in.drop(pair.length());
+        appendRun(int32_t(pair.first()));
+        appendRun(int32_t(pair.second()));
         findB1();
         return true;
       }
@@ -213,11 +191,15 @@ class RowDecoder::Row {
   }
 
   void appendRun(int32_t length) {
-    a0_ = std::max(a0_, 0) + length;
-    const auto element = uint16_t(std::min(a0_, width_));
-    if (end_ == coding_ || end_[-1] != element) *end_++ = element;
+    a0_ = std::min(std::max(a0(), 0) + length, width_);
+    *end_ = uint16_t(a0_);
+    // A run of no length changes nothing, except in front of the row's first pixel.
+    end_ += end_ == coding_ || end_[-1] != a0_ ? 1 : 0;
   }
 
+  int32_t a0() const { return std::max(a0_, end_ == coding_ ? -1 : int32_t{end_[-1]}); }
+
+  // Moves b1 on to the right of a0, in steps that keep its parity.
   void findB1() {
     if (complete()) return;
     // Few elements are passed as a rule, but their number is anyone's guess: no branches at first.
@@ -231,8 +213,9 @@ class RowDecoder::Row {
   const uint16_t* reference_;
   uint16_t* coding_;
   uint16_t* end_;  // of the elements so far
+  const uint16_t* limit_;
   int32_t width_;
-  int32_t a0_ = -1;  // left of the first pixel
+  int32_t a0_ = -1;  // left of the first pixel; elements that verticals() added may be ahead of it
   uint32_t b1_ = 0;  // number of the reference element; odd while a black run goes on
 };
 
@@ -265,13 +248,13 @@ RowDecoder::Result RowDecoder::next() {
   uint32_t bits = bitsLeft_;  // what the step looks at, below a 1
   const Step* step = &kSteps[kPartialSteps + bits];
   for (;;) {
-    if (!row.verticals(*step)) {
-      uint32_t used = 0U - step->begun;
-      for (uint32_t i = 0; i < step->count; ++i) {
-        row.vertical(step->offsets[i]);
-        used += kVerticalWords[size_t(step->offsets[i] + kMaxOffset)].length;
-        if (row.complete()) return finish(row, bits >> used);
-      }
+    uint32_t taken;
+    if (!row.verticals(*step, taken)) [[unlikely]] {
+      row.vertical(step->offsets[taken]);
+      bits >>= step->bitsThrough(taken);
+      if (row.complete()) return finish(row, bits);
+      step = &kSteps[kPartialSteps + bits];
+      continue;
     }
     if (step->stop == Mode::Vertical) {
       const int32_t byte = row.nextByte();

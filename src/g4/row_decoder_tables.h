@@ -32,21 +32,20 @@ constexpr int8_t kNoOffset = INT8_MIN;
 constexpr uint32_t kStepsPerNode = 256;
 
 struct alignas(16) Step {
-  int8_t before;      // kNoOffset: what stands in front of the first offset
   int8_t offsets[8];  // of the vertical codes, kNoOffset behind the last
-  uint8_t count;      // how many
-  Mode stop;          // the code that ends the step; Vertical when all bits are used up
-  uint8_t used;       // bits used, with that code
-  uint8_t begun;      // bits of the first code that came before this step's bits
+  uint32_t ends;      // four bits for each of them: how many bits are used up to its end
   uint16_t next;      // where the steps of the next byte start, when all bits are used up
+  uint8_t count;      // of the vertical codes
+  Mode stop : 4;      // the code that ends the step; Vertical when all bits are used up
+  uint8_t used : 4;   // bits used, with that code
+
+  uint32_t bitsThrough(uint32_t vertical) const { return ends >> 4 * vertical & 0xF; }
 };
-static_assert(offsetof(Step, offsets) == 1);
 
 struct ModeTree {
   static constexpr size_t kInnerNodes = std::size(kModeCodes) - 1;
   struct Node {
     int8_t child[2];  // an inner node, or ~index of a code
-    uint8_t depth;
   };
   std::array<Node, kInnerNodes> nodes{};
 
@@ -60,10 +59,7 @@ struct ModeTree {
         if (depth == word.length) {
           child = int8_t(~int(code));
         } else {
-          if (child == 0) {
-            nodes[size_t(made)].depth = uint8_t(depth);
-            child = made++;
-          }
+          if (child == 0) child = made++;
           at = size_t(child);
         }
       }
@@ -75,9 +71,7 @@ constexpr uint32_t kPartialSteps = ModeTree::kInnerNodes * kStepsPerNode;
 
 consteval Step makeStep(const ModeTree& tree, size_t node, uint32_t bits, uint32_t bitCount) {
   Step step{};
-  step.before = kNoOffset;
   for (int8_t& offset : step.offsets) offset = kNoOffset;
-  step.begun = tree.nodes[node].depth;
   for (uint32_t i = 0; i < bitCount; ++i) {
     const int child = tree.nodes[node].child[bits >> i & 1];
     node = child < 0 ? 0 : size_t(child);
@@ -85,12 +79,13 @@ consteval Step makeStep(const ModeTree& tree, size_t node, uint32_t bits, uint32
     const ModeCode& code = kModeCodes[~child];
     if (code.mode != Mode::Vertical) {
       step.stop = code.mode;
-      step.used = uint8_t(i + 1);
+      step.used = (i + 1) & 0xF;
       return step;
     }
+    step.ends |= (i + 1) << 4 * step.count;
     step.offsets[step.count++] = code.offset;
   }
-  step.used = uint8_t(bitCount);
+  step.used = bitCount & 0xF;
   step.next = uint16_t(node * kStepsPerNode);
   return step;
 }
@@ -135,10 +130,13 @@ inline constexpr RunTable kRunTables[2] = {runTable(kRunWords[0]), runTable(kRun
 constexpr uint32_t kPairBits = 12;
 
 struct RunPair {
-  uint32_t first : 12;  // pixels
-  uint32_t second : 12;
-  uint32_t length : 5;   // bits of both; kPairBits + 1 when they need more than kPairBits
-  uint32_t invalid : 1;  // there is an invalid code, and it ends after `length` bits
+  uint32_t packed;
+
+  // Bits of both; kPairBits + 1 when they need more than kPairBits.
+  uint32_t length() const { return packed & 0xF; }
+  // Pixels; kInvalidRun when there is an invalid code, which then ends after length() bits.
+  uint32_t first() const { return packed >> 4 & 0xFFF; }
+  uint32_t second() const { return packed >> 16; }
 };
 
 using PairTable = std::array<RunPair, 1 << kPairBits>;
@@ -150,13 +148,13 @@ consteval RunPair makePair(uint32_t colour, uint32_t bits) {
     for (bool ends = false; !ends; colour ^= ends ? 1 : 0) {
       const RunCode code = kRunTables[colour][bits >> length];
       length += code.length;
-      if (length > kPairBits) return {0, 0, kPairBits + 1, 0};
-      if (code.run == kInvalidRun) return {0, 0, length & 0x1F, 1};
+      if (length > kPairBits) return {kPairBits + 1};
+      if (code.run == kInvalidRun) return {kInvalidRun << 4 | length};
       run += code.run;
       ends = code.run < kMakeUpUnit;
     }
   }
-  return {runs[0] & 0xFFF, runs[1] & 0xFFF, length & 0x1F, 0};
+  return {runs[1] << 16 | runs[0] << 4 | length};
 }
 
 consteval PairTable pairTable(uint32_t colour) {

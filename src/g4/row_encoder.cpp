@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "g4/lanes.h"
+
 namespace rle::g4 {
 namespace {
 
@@ -21,66 +23,113 @@ class Endless {
   int32_t width_;
 };
 
-}  // namespace
+// Bits of the longest vertical code, and of a pair of runs up to kLongestRun with the code that
+// announces it.
+constexpr uint32_t kVerticalRoom = 7;
+constexpr uint32_t kPairRoom = 3 + 2 * 2 * kLongestWord;
 
-bool RowEncoder::writeWholeBytes() {
-  while (bitCount_ >= 8) {
-    if (stream_->ops->putByte(stream_, int32_t(bits_ & 0xFF)) == -1) return false;
-    bits_ >>= 8;
-    bitCount_ -= 8;
-  }
-  return true;
-}
-
-bool RowEncoder::putRun(int32_t length, uint32_t colour) {
+bool putRun(BitWriter& out, int32_t length, uint32_t colour) {
   const RunWords& words = kRunWords[colour];
   auto left = uint32_t(length);
   for (; left > kLongestRun; left -= kLongestRun) {
-    put(words.back());
-    if (!writeWholeBytes()) return false;
+    out.put(words.back());
+    if (!out.writeWholeBytes()) return false;
   }
-  if (left >= kMakeUpUnit) put(words[kMakeUpUnit - 1 + left / kMakeUpUnit]);
-  put(words[left % kMakeUpUnit]);
+  if (left >= kMakeUpUnit) out.put(words[kMakeUpUnit - 1 + left / kMakeUpUnit]);
+  out.put(words[left % kMakeUpUnit]);
   return true;
 }
 
+// The vertical codes that the next elements of a row start with. As long as each lies between the
+// neighbours of its b1,
+//
+//     reference[b1 - 1] <= element < reference[b1 + 1]
+//
+// nothing is passed and the next b1 is the next element of the reference.
+struct VerticalCodes {
+  // Reads the reference from one element before b1 to kLanes behind it.
+  VerticalCodes(const uint16_t* b1, const uint16_t* a1) {
+    const Lanes elements = load(a1);
+    const Lanes offset = elements - load(b1);
+    const Lanes vertical = (offset >= int16_t{-kMaxOffset}) & (offset <= int16_t{kMaxOffset}) &
+                           ~(load(b1 - 1) > elements) & (load(b1 + 1) > elements);
+    offsets = narrowed(offset + int16_t{kMaxOffset});
+    count = countSet(narrowed(vertical));
+  }
+
+  bool put(BitWriter& out) const {
+    uint64_t bits = 0;
+    uint32_t bitCount = 0;
+    uint64_t rest = offsets;
+    for (uint32_t i = 0; i < count; ++i, rest >>= 8) {
+      const Word word = kVerticalWords[rest & 0xFF];
+      bits |= uint64_t{word.bits} << bitCount;
+      bitCount += word.length;
+    }
+    if (!out.makeRoom(bitCount)) return false;
+    out.put(bits, bitCount);
+    return true;
+  }
+
+  uint64_t offsets;  // a byte each, from kMaxOffset to the left on
+  uint32_t count;
+};
+
+}  // namespace
+
 bool RowEncoder::row(Elements above, Elements row) {
-  const Endless reference(above, width_);
-  const Endless coding(row, width_);
+  BitWriter out = out_;  // a copy can stay in registers
+  const int32_t width = width_;
+  const Endless reference(above, width);
+  const Endless coding(row, width);
   int32_t a0 = -1;
   uint32_t next = 0;  // number of a1
   uint32_t b1 = 0;    // number of a reference element; even while white runs on, else odd
   int32_t a1 = 0;
   do {
+    if (b1 > 0 && b1 + kLanes < above.count && next + kLanes <= row.count) {
+      const VerticalCodes codes(above.at + b1, row.at + next);
+      if (codes.count > 0) {
+        if (!codes.put(out)) return false;
+        b1 += codes.count;
+        next += codes.count;
+        a0 = a1 = row.at[next - 1];
+        if (codes.count == kLanes) continue;
+      }
+    }
     a1 = coding[next++];
     while (reference[b1 + 1] < a1) {
-      put(kPassWord);
-      if (!writeWholeBytes()) return false;
+      if (!out.makeRoom(kVerticalRoom)) return false;
+      out.put(kPassWord);
       a0 = reference[b1 + 1];
       b1 += 2;
     }
     const int32_t offset = a1 - reference[b1];
     if (offset >= -kMaxOffset && offset <= kMaxOffset) {
-      put(kVerticalWords[size_t(offset + kMaxOffset)]);
+      if (!out.makeRoom(kVerticalRoom)) return false;
+      out.put(kVerticalWords[size_t(offset + kMaxOffset)]);
       a0 = a1;
       b1 += b1 > 0 && reference[b1 - 1] > a0 ? -1 : 1;
     } else {
-      put(kHorizontalWord);
+      if (!out.makeRoom(kPairRoom)) return false;
+      out.put(kHorizontalWord);
       const int32_t a2 = coding[next++];
-      if (!putRun(a1 - std::max(a0, 0), b1 & 1) || !putRun(a2 - a1, ~b1 & 1)) return false;
+      if (!putRun(out, a1 - std::max(a0, 0), b1 & 1) || !putRun(out, a2 - a1, ~b1 & 1))
+        return false;
       a0 = a1 = a2;
     }
-    if (!writeWholeBytes()) return false;
-    while (reference[b1] <= a0 && a0 < width_) b1 += 2;
-  } while (a1 < width_);
+    while (reference[b1] <= a0 && a0 < width) b1 += 2;
+  } while (a1 < width);
+  if (!out.writeWholeBytes()) return false;
+  out_ = out;
   return true;
 }
 
 bool RowEncoder::finish() {
-  put(kEolWord);
-  put(kEolWord);
-  bitCount_ = (bitCount_ + 7) / 8 * 8;  // the bits that fill the last byte are zero
-  return writeWholeBytes();
+  out_.put(kEolWord);
+  out_.put(kEolWord);
+  out_.align();
+  return out_.writeWholeBytes();
 }
 
 }  // namespace rle::g4

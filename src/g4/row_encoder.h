@@ -16,10 +16,45 @@ struct Elements {
   uint32_t count = 0;
 };
 
+// Puts code words together. Bytes are filled from their lowest bit on.
+//
+// Bytes that are complete may wait here until the row is: whoever takes them sees the same bytes in
+// the same order, and when the next row is looked at they have all been taken.
+class BitWriter {
+ public:
+  explicit BitWriter(RleStream* stream) : stream_(stream) {}
+
+  void put(uint64_t bits, uint32_t bitCount) {
+    bits_ |= bits << bitCount_;
+    bitCount_ += bitCount;
+  }
+  void put(Word word) { put(word.bits, word.length); }
+
+  // There is room for `bits` more; false when the stream refused a byte to make it.
+  bool makeRoom(uint32_t bits) { return bitCount_ + bits <= 64 || writeWholeBytes(); }
+
+  bool writeWholeBytes() {
+    while (bitCount_ >= 8) {
+      if (stream_->ops->putByte(stream_, int32_t(bits_ & 0xFF)) == -1) return false;
+      bits_ >>= 8;
+      bitCount_ -= 8;
+    }
+    return true;
+  }
+
+  // Completes the last byte with zeros.
+  void align() { bitCount_ = (bitCount_ + 7) / 8 * 8; }
+
+ private:
+  RleStream* stream_;
+  uint64_t bits_ = 0;  // not written yet, first bit lowest
+  uint32_t bitCount_ = 0;
+};
+
 class RowEncoder {
  public:
-  // Bytes are filled from their lowest bit on and go to `stream` one at a time.
-  RowEncoder(RleStream* stream, uint32_t width) : stream_(stream), width_(int32_t(width)) {}
+  // Bytes go to `stream` one at a time.
+  RowEncoder(RleStream* stream, uint32_t width) : out_(stream), width_(int32_t(width)) {}
 
   // Codes a row against the one above it; an empty list stands for the white row above the first.
   // When this returns, all bytes that are complete have been written. False when the stream refused
@@ -30,17 +65,8 @@ class RowEncoder {
   bool finish();
 
  private:
-  void put(Word word) {
-    bits_ |= uint64_t{word.bits} << bitCount_;
-    bitCount_ += word.length;
-  }
-  bool putRun(int32_t length, uint32_t colour);
-  bool writeWholeBytes();
-
-  RleStream* stream_;
+  BitWriter out_;
   int32_t width_;
-  uint64_t bits_ = 0;  // not written yet, first bit lowest
-  uint32_t bitCount_ = 0;
 };
 
 }  // namespace rle::g4

@@ -42,6 +42,35 @@ void layPattern(RleLine& row, uint32_t start, uint32_t end, uint16_t y, const Rl
   });
 }
 
+// Makes spans the runs of a blank row: each becomes one, or joins the one that it touches. False,
+// with the row still blank, when that takes more care or more memory.
+bool blackenBlankRow(RleLine& row, std::span<const RleRun> spans) {
+  uint32_t count = 0;
+  uint32_t lastEnd = UINT32_MAX;
+  for (const RleRun& span : spans) {
+    count += span.start == lastEnd ? 0 : 1;
+    lastEnd = span.end;
+  }
+  if (!CapacityPlan::possible()) return false;
+  CapacityPlan plan(row.runs);
+  plan.fitRising(1, count);
+  if (!plan.carryOut(row.runs, count)) return false;
+  row.count = uint16_t(count);
+  if (count == spans.size()) {
+    std::copy(spans.begin(), spans.end(), row.runs);
+    return true;
+  }
+  RleRun* last = row.runs;
+  *last = spans.front();
+  for (const RleRun& span : spans.subspan(1)) {
+    if (span.start == last->end)
+      last->end = span.end;
+    else
+      *++last = span;
+  }
+  return true;
+}
+
 }  // namespace
 
 Paint paintFor(int32_t colour, const RleRect* pattern, int32_t mode) {
@@ -54,6 +83,8 @@ Paint paintFor(int32_t colour, const RleRect* pattern, int32_t mode) {
 void paintRow(RleRect& image, uint16_t y, std::span<const RleRun> spans, Paint paint,
               const RleRect* pattern, int32_t mode, RunScratch& scratch) {
   RleLine& row = *image.rows[y];
+  if (spans.empty()) return;
+  if (paint == Paint::Black && row.count == 0 && blackenBlankRow(row, spans)) return;
   if (paint == Paint::Pattern) {
     for (const RleRun& span : spans)
       layPattern(row, span.start, span.end, y, *pattern, mode, scratch);

@@ -2,7 +2,7 @@
 
 #include "model/clip.h"
 #include "model/owners.h"
-#include "model/row_edits.h"
+#include "model/row_merge.h"
 #include "model/runs.h"
 #include "rle.h"
 
@@ -28,10 +28,10 @@ bool copyStretch(const RleLine& row, const Stretch& stretch, RleLine& copy) {
   forEachRun(row, stretch, [&](uint16_t start, uint16_t end) {
     if (start < end) ++count;
   });
+  if (!CapacityPlan::possible()) return false;
   CapacityPlan plan(nullptr);
-  if (!plan.fit(1)) return false;
-  for (uint32_t grown = 1; grown <= count; ++grown)
-    if (!plan.fit(grown)) return false;
+  plan.fit(1);
+  plan.fitRising(1, count);
   if (!plan.carryOut(copy.runs, count)) return false;
   forEachRun(row, stretch, [&](uint16_t start, uint16_t end) {
     if (start < end) copy.runs[copy.count++] = {start, end};

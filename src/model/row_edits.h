@@ -42,11 +42,18 @@ class RunScratch {
 };
 
 // A row being edited from left to right. Edits that step back are allowed; each costs as much as a
-// single edit does.
+// single edit does. All of it is inline, so that the positions stay in registers.
 class BatchEdits {
  public:
   // `edits` bounds the number of edits that follow.
-  BatchEdits(RleLine& row, uint32_t edits, RunScratch& scratch);
+  BatchEdits(RleLine& row, uint32_t edits, RunScratch& scratch) : row_(row), plan_(row.runs) {
+    // An edit adds one run at most, and 65535 runs are the most that a row can hold.
+    const uint32_t slots = row.count + std::min(edits, kMaxRuns - row.count);
+    runs_ = out_ = scratch.reserve(slots);
+    if (runs_ == nullptr) return;
+    stop_ = runs_ + slots;
+    rest_ = std::copy_backward(row.runs, row.runs + row.count, stop_);
+  }
 
   // False when there is no working storage; no edit must then be made.
   explicit operator bool() const { return out_ != nullptr; }
@@ -54,34 +61,48 @@ class BatchEdits {
   void set(uint16_t start, uint16_t end) {
     if (start >= end) return;
     seek(start);
-    apply(setChange(rest_, stop_, start, end));
+    if (rest_ != stop_ && rest_->start <= end)
+      apply(setChange(rest_, stop_, start, end));
+    else if (out_ != rest_) {
+      *out_++ = {start, end};
+      plan_.fit(count());
+    }
   }
 
   void clear(uint16_t start, uint16_t end) {
     if (start >= end) return;
     seek(start);
-    apply(clearChange(rest_, stop_, start, end));
+    if (rest_ != stop_ && rest_->start <= end) apply(clearChange(rest_, stop_, start, end));
   }
 
   // Puts the result into the row, which keeps its former runs when it cannot grow.
-  void finish();
+  void finish() {
+    if (!plan_.carryOut(row_.runs, count())) return;
+    row_.count = uint16_t(count());
+    std::copy(rest_, stop_, std::copy(runs_, out_, row_.runs));
+  }
 
  private:
+  static constexpr uint32_t kMaxRuns = 65535;  // what RleLine::count can hold
+
+  // Moves the gap to before the first run that ends at `start` or later.
   void seek(uint16_t start) {
-    if (start < lastStart_) rewind();
+    if (start < lastStart_) {
+      rest_ = std::copy_backward(runs_, out_, rest_);
+      out_ = runs_;
+    } else if (out_ != runs_ && out_[-1].end >= start) {  // what the edit before left touches
+      *--rest_ = *--out_;
+    }
     lastStart_ = start;
     while (rest_ != stop_ && rest_->end < start) *out_++ = *rest_++;
   }
 
-  void rewind();
-
   void apply(const Change& change) {
-    const bool grows = change.given > change.taken;
-    if (grows && out_ == rest_) return;  // 65535 runs
-    if (change.fit && !plan_.fit(count() + change.given - change.taken)) return;
+    if (change.given > change.taken && out_ == rest_) return;  // 65535 runs
     rest_ = rest_ + change.taken - change.given;
     if (change.given > 0) rest_[0] = change.put[0];
     if (change.given > 1) rest_[1] = change.put[1];
+    if (change.fit) plan_.fit(count());
   }
 
   uint32_t count() const { return uint32_t((out_ - runs_) + (stop_ - rest_)); }
@@ -110,7 +131,7 @@ class SingleEdits {
 // is no gain and when there is no memory for it.
 template <class Make>
 void editRow(RleLine& row, uint32_t edits, RunScratch& scratch, Make make) {
-  if (edits > 1) {
+  if (edits > 1 && CapacityPlan::possible()) {
     BatchEdits batch(row, edits, scratch);
     if (batch) {
       make(batch);
@@ -165,16 +186,5 @@ void forEachGap(const RleLine& source, const Stretch& stretch, Found found) {
   }
   if (gap < stretch.end) found(stretch.target(gap), stretch.target(stretch.end));
 }
-
-// Makes black (set) or white in `row` what is black in the stretch of `source`.
-void mergeRow(RleLine& row, const RleLine& source, const Stretch& stretch, bool set,
-              RunScratch& scratch);
-
-// Makes `row` a copy of `source` within the stretch.
-void replaceRow(RleLine& row, const RleLine& source, const Stretch& stretch, RunScratch& scratch);
-
-// Makes black (set) or white in `row` what is white in the stretch of `source`.
-void maskRow(RleLine& row, const RleLine& source, const Stretch& stretch, bool set,
-             RunScratch& scratch);
 
 }  // namespace rle

@@ -42,10 +42,17 @@ RleRun* resizeRuns(RleRun* runs, uint32_t capacity) {
   return firstRun(std::realloc(&capacityOf(runs), blockBytes(capacity)), capacity);
 }
 
+void CapacityPlan::fitRising(uint32_t from, uint32_t to) {
+  // Once the buffer is refitted, it is refitted for every greater count, so the last one decides;
+  // unless the bounds cross and refitted buffers have more to spare than makes them stay.
+  if (rleRunAllocMinExtra <= rleRunAllocMaxExtra) from = std::max(from, to);
+  for (; from <= to; ++from) fit(from);
+}
+
 bool CapacityPlan::carryOut(RleRun*& runs, uint32_t count) const {
-  const bool right = runs == nullptr ? !exists_ : capacityOf(runs) == capacity_;
-  if (right) return true;
-  RleRun* const resized = resizeRuns(runs, capacity_);
+  const auto capacity = uint32_t(keptBelow_ + rleRunAllocMaxExtra);
+  if (!fitted_ || (runs != nullptr && capacityOf(runs) == capacity)) return true;
+  RleRun* const resized = resizeRuns(runs, capacity);
   if (resized == nullptr) return runs != nullptr && capacityOf(runs) >= count;
   runs = resized;
   return true;

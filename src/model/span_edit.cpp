@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-#include "model/row_edits.h"
+#include "model/row_merge.h"
 #include "model/runs.h"
 
 namespace rle {

@@ -12,11 +12,18 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 
 #include "rle.h"
 
 namespace rle {
+
+// A run made in one piece: one that is stored by halves holds up a load of the whole right after.
+inline RleRun runOf(uint32_t start, uint32_t end) {
+  constexpr bool kLittle = std::endian::native == std::endian::little;
+  return std::bit_cast<RleRun>(kLittle ? start | end << 16 : start << 16 | end);
+}
 
 // What an edit does to the runs from the first one that ends at the span's start or later.
 struct Change {
@@ -27,12 +34,12 @@ struct Change {
 };
 
 inline Change setChange(const RleRun* first, const RleRun* stop, uint16_t start, uint16_t end) {
-  if (first == stop || first->start > end) return {0, 1, {{start, end}, {}}, true};
+  if (first == stop || first->start > end) return {0, 1, {runOf(start, end), {}}, true};
   const RleRun* next = first + 1;
   while (next != stop && next->end < end) ++next;
-  RleRun joined = {std::min(first->start, start), std::max(first->end, end)};
-  if (next != stop && next->start <= end) joined.end = (next++)->end;
-  return {uint32_t(next - first), 1, {joined, {}}, true};
+  uint16_t joinedEnd = std::max(first->end, end);
+  if (next != stop && next->start <= end) joinedEnd = (next++)->end;
+  return {uint32_t(next - first), 1, {runOf(std::min(first->start, start), joinedEnd), {}}, true};
 }
 
 // Clearing fits the buffer when it splits or deletes a run, or when it meets the row's last one;

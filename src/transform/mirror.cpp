@@ -5,10 +5,24 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "rle.h"
 
 namespace {
+
+// Four runs, each as one 32-bit lane or as two columns. Mirroring them puts the runs in reverse
+// order and swaps the columns of each.
+using FourRuns = uint32_t __attribute__((vector_size(16)));
+using Columns = uint16_t __attribute__((vector_size(16)));
+
+FourRuns mirroredFour(const RleRun* at, uint16_t width) {
+  FourRuns runs;
+  std::memcpy(&runs, at, sizeof runs);
+  runs = __builtin_shufflevector(runs, runs, 3, 2, 1, 0);
+  runs = runs << 16 | runs >> 16;
+  return reinterpret_cast<FourRuns>(width - reinterpret_cast<Columns>(runs));
+}
 
 using Flip = void (*)(RleRect*);
 
@@ -29,9 +43,16 @@ int32_t mirrored(int32_t coordinate, uint32_t size) { return int32_t(size - uint
 extern "C" {
 
 void rleMirrorLine(RleLine* line, int32_t width) {
-  const uint32_t w = uint16_t(width);
+  const auto w = uint16_t(width);
   RleRun* left = line->runs;
   RleRun* right = left + line->count;
+  for (; right - left >= 8; left += 4) {
+    right -= 4;
+    const FourRuns first = mirroredFour(left, w);
+    const FourRuns last = mirroredFour(right, w);
+    std::memcpy(left, &last, sizeof last);
+    std::memcpy(right, &first, sizeof first);
+  }
   const auto mirroredRun = [w](RleRun run) {
     return RleRun{uint16_t(w - run.end), uint16_t(w - run.start)};
   };

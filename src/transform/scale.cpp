@@ -9,6 +9,7 @@
 // An image takes its new rows only when all of them exist.
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -44,24 +45,28 @@ struct Rounded {
   }
 };
 
-// Scales `runs` into `out`, which has as many places, clipped to `width`. Returns how many are
-// left.
+// Scales `runs`, at least one, into `out`, which has as many places, clipped to `width`. Returns
+// how many are left.
 template <class Scale>
 uint32_t scaleRuns(std::span<const RleRun> runs, Scale scale, uint32_t width, RleRun* out) {
+  // A run is written out when the next one leaves a gap. Which runs vanish or meet follows no
+  // pattern, so the loop has no branch for it: a run that must not stay is written over.
   uint32_t count = 0;
-  uint32_t lastEnd = 0;
+  int32_t start = 0;
+  int32_t end = -1;
+  const auto writeOut = [&](bool gap) {
+    out[count] = {uint16_t(start), uint16_t(end)};
+    count += uint32_t(gap) & uint32_t(start < end);
+  };
   for (const RleRun run : runs) {
-    const uint32_t start = uint16_t(scale(run.start));
-    const uint32_t end = std::min<uint32_t>(uint16_t(scale(run.end)), width);
-    if (start >= end) continue;
-    if (count > 0 && start <= lastEnd) {
-      lastEnd = std::max(lastEnd, end);
-      out[count - 1].end = uint16_t(lastEnd);
-      continue;
-    }
-    lastEnd = end;
-    out[count++] = {uint16_t(start), uint16_t(end)};
+    const int32_t nextStart = uint16_t(scale(run.start));
+    const int32_t nextEnd = uint16_t(std::min<uint32_t>(uint16_t(scale(run.end)), width));
+    const bool gap = nextStart > end;
+    writeOut(gap);
+    start = gap ? nextStart : start;
+    end = std::max(end, nextEnd);
   }
+  writeOut(true);
   return count;
 }
 
@@ -133,6 +138,18 @@ void scaleByPicking(RleRect& rect, Scale scale, uint32_t yFactor, Pick pick) {
   });
 }
 
+// All bits of a word from one on, and all up to one. As tables they are quicker than shifts.
+constexpr std::array<uint64_t, 64> kFromBit = [] {
+  std::array<uint64_t, 64> masks{};
+  for (uint32_t bit = 0; bit < 64; ++bit) masks[bit] = ~uint64_t{0} << bit;
+  return masks;
+}();
+constexpr std::array<uint64_t, 64> kUpToBit = [] {
+  std::array<uint64_t, 64> masks{};
+  for (uint32_t bit = 0; bit < 64; ++bit) masks[bit] = ~uint64_t{0} >> (63 - bit);
+  return masks;
+}();
+
 // One row of bits, in which the source rows that a new row covers are united. Bit x of the row is
 // bit x % 64 of word x / 64, counted from the lowest.
 class BitRow {
@@ -148,17 +165,11 @@ class BitRow {
 
   // Blackens [start, end), which lies in the row and is not empty.
   void blacken(uint32_t start, uint32_t end) {
-    const uint32_t first = start / 64;
-    const uint32_t last = (end - 1) / 64;
-    const uint64_t fromStart = ~uint64_t{0} << start % 64;
-    const uint64_t toEnd = ~uint64_t{0} >> (63 - (end - 1) % 64);
-    if (first == last) {
-      words_[first] |= fromStart & toEnd;
-      return;
-    }
-    words_[first] |= fromStart;
-    std::fill(words_.get() + first + 1, words_.get() + last, ~uint64_t{0});
-    words_[last] |= toEnd;
+    uint64_t* word = &words_[start / 64];
+    uint64_t* const last = &words_[(end - 1) / 64];
+    uint64_t mask = kFromBit[start % 64];
+    for (; word != last; mask = ~uint64_t{0}) *word++ |= mask;
+    *word |= mask & kUpToBit[(end - 1) % 64];
   }
 
   // Gives `row` the runs of the bits. A bit that differs from the one before it is where a run
@@ -187,12 +198,11 @@ class BitRow {
 };
 
 // Unites a source row, its starts scaled down and its ends scaled up, with the bits there are.
-void drawScaled(const RleLine& source, uint32_t sourceWidth, uint32_t factor, uint32_t width,
-                BitRow& bits) {
+void drawScaled(const RleLine& source, uint32_t factor, uint32_t width, BitRow& bits) {
   for (const RleRun run : std::span<const RleRun>(source.runs, source.count)) {
-    const uint32_t end = std::min<uint32_t>(run.end, sourceWidth) * factor;
-    const uint32_t roundUp = (end & (kReducedOne - 1)) != 0 ? 1 : 0;
     const uint32_t first = run.start * factor >> kReducedBits;
+    const uint32_t end = run.end * factor;
+    const uint32_t roundUp = (end & (kReducedOne - 1)) != 0 ? 1 : 0;
     const uint32_t stop = std::min((end >> kReducedBits) + roundUp, width);
     if (first < stop) bits.blacken(first, stop);
   }
@@ -255,7 +265,7 @@ void rleMinScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor) {
     const uint32_t first = i * rle::kReducedOne / qy;
     const uint32_t stop = std::min<uint32_t>((i + 1) * rle::kReducedOne / qy, rect->height);
     for (uint32_t y = first; y < rect->height && (y == first || y < stop); ++y)
-      rle::drawScaled(*rect->rows[y], rect->width, qx, width, bits);
+      rle::drawScaled(*rect->rows[y], qx, width, bits);
     return bits.storeIn(row);
   });
 }

@@ -4,7 +4,7 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <optional>
+#include <tuple>
 
 #include "model/runs.h"
 #include "support/picture.h"
@@ -13,194 +13,133 @@
 namespace rle::test {
 namespace {
 
-struct Crop {
-  int left;
-  int top;
-  Pixels pixels;
+struct Call {
+  const OwnedRect& image;
+  int x;
+  int y;
+  uint16_t left = 77;
+  uint16_t top = 78;
+  OwnedRect result = nullptr;
 };
 
-std::optional<Crop> floodFill(const Pixels& image, int x, int y) {
-  if (!image.get(x, y)) return std::nullopt;
+using Box = std::tuple<int, int, int, int>;  // left, top, width, height
+
+void* run(void* argument) {
+  auto& call = *static_cast<Call*>(argument);
+  call.result.reset(rleConnected(call.image.get(), call.x, call.y, &call.left, &call.top));
+  return nullptr;
+}
+
+void expectLikeFloodFill(const Pixels& image, const Call& call) {
+  int left = image.width, right = -1, top = image.height, bottom = -1;
   Pixels filled(image.width, image.height);
-  std::vector<std::pair<int, int>> waiting{{x, y}};
-  filled.put(x, y, true);
-  int left = x, right = x, top = y, bottom = y;
+  std::vector<std::pair<int, int>> waiting{{uint16_t(call.x), uint16_t(call.y)}};
   while (!waiting.empty()) {
-    const auto [px, py] = waiting.back();
+    const auto [x, y] = waiting.back();
     waiting.pop_back();
-    left = std::min(left, px), right = std::max(right, px);
-    top = std::min(top, py), bottom = std::max(bottom, py);
-    for (int ny = py - 1; ny <= py + 1; ++ny)
-      for (int nx = px - 1; nx <= px + 1; ++nx)
-        if (image.get(nx, ny) && !filled.get(nx, ny)) {
-          filled.put(nx, ny, true);
-          waiting.emplace_back(nx, ny);
-        }
+    if (!image.get(x, y) || filled.get(x, y)) continue;
+    filled.put(x, y, true);
+    left = std::min(left, x), right = std::max(right, x);
+    top = std::min(top, y), bottom = std::max(bottom, y);
+    for (int i = 0; i < 9; ++i) waiting.emplace_back(x + i % 3 - 1, y + i / 3 - 1);
   }
-  Crop crop{left, top, Pixels(right - left + 1, bottom - top + 1)};
-  for (int cy = 0; cy < crop.pixels.height; ++cy)
-    for (int cx = 0; cx < crop.pixels.width; ++cx)
-      crop.pixels.put(cx, cy, filled.get(left + cx, top + cy));
-  return crop;
+  ASSERT_EQ(call.result != nullptr, right >= 0);
+  if (!call.result) {
+    EXPECT_EQ(call.left + call.top, 77 + 78);
+    return;
+  }
+  ASSERT_EQ(Box(call.left, call.top, call.result->width, call.result->height),
+            Box(left, top, right - left + 1, bottom - top + 1));
+  ASSERT_EQ(rleCheckRect(call.result.get()), 1);
+  EXPECT_EQ(call.result->resolution, 300);
+  EXPECT_EQ(call.result->tag, 0U);
+  const Pixels cut(call.result.get());
+  bool same = true;
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x) same &= filled.get(x, y) == cut.get(x - left, y - top);
+  ASSERT_TRUE(same);
 }
 
 // The rows are meant to look as if their runs had been set one by one, buffers included.
-void expectRowsSetRunByRun(const RleRect* rect) {
-  for (int y = 0; y < rect->height; ++y) {
+void expectRowsSetRunByRun(const RleRect& rect) {
+  for (int y = 0; y < rect.height; ++y) {
     const Row row;
-    for (const auto& [start, end] : runsOf(rect->rows[y])) rleSetLine(row, start, end - 1);
-    ASSERT_EQ(runsOf(rect->rows[y]), runsOf(row));
-    ASSERT_EQ(capacityOf(rect->rows[y]->runs), capacityOf(row->runs)) << row->count << " runs";
-    ASSERT_EQ(rect->rows[y]->tag, 0U);
+    for (const auto& [start, end] : runsOf(rect.rows[y])) rleSetLine(row, start, end - 1);
+    ASSERT_EQ(runsOf(rect.rows[y]), runsOf(row));
+    ASSERT_EQ(capacityOf(rect.rows[y]->runs), capacityOf(row->runs)) << row->count << " runs";
+    ASSERT_EQ(rect.rows[y]->tag, 0U);
   }
 }
 
-void expectLikeFloodFill(const Pixels& image, int x, int y, const RleRect* result, int left,
-                         int top) {
-  const auto expected = floodFill(image, x, y);
-  ASSERT_EQ(result != nullptr, expected.has_value());
-  if (!expected) return;
-  EXPECT_EQ(left, expected->left);
-  EXPECT_EQ(top, expected->top);
-  EXPECT_TRUE(Pixels(result) == expected->pixels);
-  EXPECT_EQ(rleCheckRect(const_cast<RleRect*>(result)), 1);
-  EXPECT_EQ(result->resolution, 300);
-  EXPECT_EQ(result->tag, 0U);
-}
+enum Kind { kSpiral, kComb, kLyingComb, kCheckerboard, kFull, kRandom };
 
-Pixels spiral(int width, int height) {
+Pixels drawing(int kind, int width, int height) {
   Pixels pixels(width, height);
-  int x = 0, y = 0, dx = 1, dy = 0;
-  pixels.put(x, y, true);
-  for (int turns = 0; turns < 2;) {
-    if (pixels.contains(x + dx, y + dy) && !pixels.get(x + dx, y + dy) &&
-        !pixels.get(x + 2 * dx, y + 2 * dy)) {
-      x += dx, y += dy, turns = 0;
-      pixels.put(x, y, true);
+  int x = -1, y = 0, dx = 1, dy = 0;
+  for (int turns = 0; kind == kSpiral && turns < 3;) {
+    const bool free = pixels.contains(x + dx, y + dy) && !pixels.get(x + dx, y + dy) &&
+                      !pixels.get(x + 2 * dx, y + 2 * dy);
+    if (free) {
+      pixels.put(x += dx, y += dy, true), turns = 0;
     } else {
       dx = -std::exchange(dy, dx), ++turns;
     }
   }
-  return pixels;
-}
-
-// Teeth of one pixel, with a back of one pixel at the far side.
-Pixels comb(int width, int height, bool upright) {
-  Pixels pixels(width, height);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x)
-      pixels.put(x, y, upright ? x % 2 == 0 || y == height - 1 : y % 2 == 0 || x == width - 1);
-  return pixels;
-}
-
-Pixels checkerboard(int width, int height) {
-  Pixels pixels(width, height);
-  for (int i = 0; i < width * height; ++i)
-    pixels.put(i % width, i / width, (i % width + i / width) % 2 == 0);
-  return pixels;
-}
-
-Pixels imageOfKind(int kind, std::mt19937& random, int width, int height) {
-  switch (kind) {
-    case 0:
-      return spiral(width, height);
-    case 1:
-      return comb(width, height, width % 2 == 0);
-    case 2:
-      return checkerboard(width, height);
-    case 3:
-      return randomPixels(random, width, height, width, 1);  // nearly full
-    case 4:
-      return randomPixels(random, width, height, 2, 8);
-    case 5:
-      return randomPixels(random, width, height, 1, 1);
-    default:
-      return randomPixels(random, width, height);
+  for (int i = 0; kind != kSpiral && i < width * height; ++i) {
+    x = i % width, y = i / width;
+    const bool black[] = {false, x % 2 == 0 || y == height - 1, y % 2 == 0 || x == width - 1,
+                          (x + y) % 2 == 0, true};
+    pixels.put(x, y, black[kind]);
   }
+  return pixels;
 }
 
-class Connected : public testing::Test {
- protected:
-  void TearDown() override {
-    rleRunAllocMinExtra = 4;
-    rleRunAllocMaxExtra = 40;
-  }
-};
-
-TEST_F(Connected, ComponentsAgreeWithAFloodFill) {
+TEST(Connected, ComponentsAgreeWithAFloodFill) {
   std::mt19937 random(1);
   for (int i = 0; i < 3000; ++i) {
-    SCOPED_TRACE(i);
-    const Pixels pixels = imageOfKind(i % 8, random, randomInt(random, 1, i % 10 == 0 ? 400 : 40),
-                                      randomInt(random, 1, 40));
+    const int width = randomInt(random, 1, i % 10 == 0 ? 400 : 40),
+              height = randomInt(random, 1, 40);
+    const Pixels pixels = i % 8 < kRandom
+                              ? drawing(i % 8, width, height)
+                              : randomPixels(random, width, height, 1 + i % 3 * 2, 1 + i % 11);
     const OwnedRect rect = pixels.toRect(300);
     rect->tag = rect->rows[0]->tag = 5;
-    rleRunAllocMinExtra = i % 3 == 0 ? 90 : 4;  // above the greatest: buffers keep their size
-    rleRunAllocMaxExtra = i % 3 == 0 ? uint32_t(randomInt(random, 0, 80)) : 40;
-    const int x = randomInt(random, 0, pixels.width);
-    const int y = randomInt(random, 0, pixels.height);
-    uint16_t left = 0, top = 0;
-    const OwnedRect result(rleConnected(rect.get(), x | i << 16, y | i << 16, &left, &top));
-    expectLikeFloodFill(pixels, x, y, result.get(), left, top);
-    if (result) expectRowsSetRunByRun(result.get());
-    ASSERT_TRUE(Pixels(rect.get()) == pixels);
-    ASSERT_FALSE(HasFailure());
+    if (i % 3 == 0) {  // the least spare room above the greatest: buffers may keep their size
+      rleRunAllocMinExtra = 90;
+      rleRunAllocMaxExtra = uint32_t(randomInt(random, 0, 80));
+    }
+    Call call{rect, randomInt(random, 0, width) | i << 16, randomInt(random, 0, height) | i << 16};
+    run(&call);
+    expectLikeFloodFill(pixels, call);
+    if (call.result) expectRowsSetRunByRun(*call.result);
+    rleRunAllocMinExtra = 4;
+    rleRunAllocMaxExtra = 40;
+    ASSERT_TRUE(!HasFailure() && Pixels(rect.get()) == pixels) << i;
+    EXPECT_EQ(!OwnedRect(rleConnected(rect.get(), call.x, call.y, nullptr, nullptr)), !call.result);
   }
 }
 
-struct Call {
-  RleRect* image;
-  int x;
-  int y;
-  uint16_t left = 0;
-  uint16_t top = 0;
-  RleRect* result = nullptr;
-};
-
-TEST_F(Connected, TheLargestAndLongestNeedNoCallStack) {
+TEST(Connected, TheLargestAndLongestNeedNoCallStack) {
   constexpr int kMost = 65535;
-  Pixels full(kMost, 3);
-  std::fill(full.black.begin(), full.black.end(), 1);
-  const Pixels images[] = {spiral(11, kMost),     spiral(kMost, 11),   comb(9, kMost, true), full,
-                           comb(9, kMost, false), comb(kMost, 4, true)};
+  const Pixels images[] = {drawing(kSpiral, 11, kMost), drawing(kSpiral, kMost, 11),
+                           drawing(kComb, 9, kMost),    drawing(kLyingComb, 9, kMost),
+                           drawing(kComb, kMost, 4),    drawing(kFull, kMost, 3)};
   for (const Pixels& pixels : images) {
     const OwnedRect rect = pixels.toRect(300);
     const int y = pixels.height - 1;
-    Call call{rect.get(), pixels.get(pixels.width - 1, y) ? pixels.width - 1 : 0, y};
+    Call call{rect, pixels.get(pixels.width - 1, y) ? pixels.width - 1 : 0, y};
     pthread_attr_t small;
     pthread_attr_init(&small);
     pthread_attr_setstacksize(&small, 128 * 1024);
     pthread_t thread;
-    const auto run = [](void* argument) -> void* {
-      Call& c = *static_cast<Call*>(argument);
-      c.result = rleConnected(c.image, c.x, c.y, &c.left, &c.top);
-      return nullptr;
-    };
     ASSERT_EQ(pthread_create(&thread, &small, run, &call), 0);
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&small);
-    const OwnedRect result(call.result);
-    expectLikeFloodFill(pixels, call.x, call.y, result.get(), call.left, call.top);
+    expectLikeFloodFill(pixels, call);
   }
 }
 
-TEST_F(Connected, WhiteSeedsHaveNoneAndThePlaceIsOptional) {
-  const OwnedRect rect =
-      image({"..........", "..........", "..........", ".....####.", "...#......"});
-  uint16_t left = 77, top = 78;
-  for (const auto& [x, y] : {std::pair{4, 3}, {9, 3}, {65535, 3}, {5, 2}, {5, 5}, {3, 65535}})
-    EXPECT_EQ(rleConnected(rect.get(), x, y, &left, &top), nullptr);
-  EXPECT_EQ(left, 77);
-  EXPECT_EQ(top, 78);
-  EXPECT_TRUE(OwnedRect(rleConnected(rect.get(), 5, 3, &left, nullptr)));
-  EXPECT_EQ(left, 5);
-  EXPECT_TRUE(OwnedRect(rleConnected(rect.get(), 8, 3, nullptr, &top)));
-  EXPECT_EQ(top, 3);
-  EXPECT_EQ(picture(OwnedRect(rleConnected(rect.get(), 3, 4, nullptr, nullptr)).get()),
-            std::vector<std::string>{"#"});
-}
-
-TEST_F(Connected, ComponentsOfRowsInDisorderAreValidAllTheSame) {
+TEST(Connected, RowsInDisorderGiveAValidImageAndStayUnharmed) {
   std::mt19937 random(2);
   for (int i = 0; i < 2000; ++i) {
     const OwnedRect rect(rleNewRect(50, 6, 200));
@@ -211,11 +150,13 @@ TEST_F(Connected, ComponentsOfRowsInDisorderAreValidAllTheSame) {
         start = randomInt(random, 0, most);
         end = randomInt(random, 0, 3) == 0 ? randomInt(random, 0, most) : std::min(start + 5, most);
       }
-      Row row(runs);
+      const Row row(runs);
       std::swap(*rect->rows[y], *row.operator->());
     }
-    const OwnedRect result(rleConnected(rect.get(), randomInt(random, 0, 60), 3, nullptr, nullptr));
+    const int x = randomInt(random, 0, most);
+    const OwnedRect result(rleConnected(rect.get(), x, 3, nullptr, nullptr));
     EXPECT_TRUE(!result || rleCheckRect(result.get()) == 1);
+    rleClosest(rect.get(), x, 3, 1 << i % 17, nullptr, nullptr);
   }
 }
 

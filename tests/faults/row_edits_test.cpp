@@ -6,6 +6,7 @@
 
 #include <random>
 
+#include "model/row_merge.h"
 #include "reference/literal_row.h"
 #include "support/allocations.h"
 #include "support/picture.h"
