@@ -107,7 +107,7 @@ class RowDecoder::Row {
     const Lanes offsets = widened(step.offsets);
     const Lanes elements = load(b1) + offsets;
     Lanes before = __builtin_shufflevector(Lanes{}, elements, 0, 8, 9, 10, 11, 12, 13, 14);
-    before[0] = int16_t(std::max<int32_t>(a0_, end_[-1]));
+    before[0] = int16_t(runStart());
     const Lanes inOrder =
         (elements > before) & ~(load(b1 - 1) > elements) & (load(b1 + 1) > elements);
     const uint64_t settled = narrowed(inOrder | (offsets == int16_t{kNoOffset}));
@@ -148,9 +148,7 @@ class RowDecoder::Row {
       if (pair.length() <= kPairBits) [[likely]] {
         if (pair.first() == kInvalidRun) return false;
         in.drop(pair.length());
-        appendRun(int32_t(pair.first()));
-        appendRun(int32_t(pair.second()));
-        findB1();
+        appendPair(int32_t(pair.first()), int32_t(pair.second()));
         return true;
       }
     }
@@ -190,12 +188,31 @@ class RowDecoder::Row {
     }
   }
 
+  void appendPair(int32_t first, int32_t second) {
+    const int32_t a1 = runStart() + first;
+    const int32_t a2 = a1 + second;
+    if (first != 0 && second != 0 && a2 < width_) [[likely]] {
+      end_[0] = uint16_t(a1);
+      end_[1] = uint16_t(a2);
+      end_ += 2;
+      a0_ = a2;
+    } else {
+      appendRun(first);
+      appendRun(second);
+    }
+    findB1();
+  }
+
   void appendRun(int32_t length) {
-    a0_ = std::min(std::max(a0(), 0) + length, width_);
+    a0_ = std::min(runStart() + length, width_);
     *end_ = uint16_t(a0_);
     // A run of no length changes nothing, except in front of the row's first pixel.
     end_ += end_ == coding_ || end_[-1] != a0_ ? 1 : 0;
   }
+
+  // Where the next run starts: at a0, but never left of the first pixel. (A 0 lies in front of the
+  // first element.)
+  int32_t runStart() const { return std::max<int32_t>(a0_, end_[-1]); }
 
   int32_t a0() const { return std::max(a0_, end_ == coding_ ? -1 : int32_t{end_[-1]}); }
 
@@ -265,7 +282,7 @@ RowDecoder::Result RowDecoder::next() {
     }
     bits >>= step->used;
     if (step->stop == Mode::Horizontal) {
-      const auto count = uint32_t(std::bit_width(bits)) - 1;
+      const uint32_t count = 31U ^ uint32_t(__builtin_clz(bits));  // there is the 1
       Bits in{bits ^ 1U << count, count};
       if (!row.horizontal(in)) return Result::Damaged;
       bits = in.bits | 1U << in.count;
