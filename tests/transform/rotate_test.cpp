@@ -1,0 +1,143 @@
+// Free rotation against walking every line point by point.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "model/runs.h"
+#include "reference/plain_rotation.h"
+#include "support/picture.h"
+#include "support/pixels.h"
+
+namespace rle::test {
+namespace {
+
+// The same runs in buffers of the same size, and the same corner.
+void expectPlainRotation(const RleRect* source, double angle) {
+  SCOPED_TRACE(testing::Message() << source->width << " x " << source->height << " by " << angle);
+  const PlainRotation plain(source, angle);
+  double x = -1;
+  double y = -1;
+  const OwnedRect turned(rleRotateRect(const_cast<RleRect*>(source), angle, &x, &y));
+  ASSERT_EQ(turned->width, plain.result->width);
+  ASSERT_EQ(turned->height, plain.result->height);
+  EXPECT_EQ(turned->resolution, plain.result->resolution);
+  EXPECT_EQ(turned->tag, 0U);
+  EXPECT_EQ(x, plain.cornerX);
+  EXPECT_EQ(y, plain.cornerY);
+  for (int i = 0; i < turned->height; ++i) {
+    const RleLine* row = turned->rows[i];
+    const RleLine* expected = plain.result->rows[i];
+    ASSERT_EQ(runsOf(row), runsOf(expected)) << "row " << i;
+    ASSERT_EQ(row->runs == nullptr, expected->runs == nullptr) << "row " << i;
+    if (row->runs != nullptr) {
+      ASSERT_EQ(capacityOf(row->runs), capacityOf(expected->runs)) << "row " << i;
+    }
+  }
+}
+
+double randomAngle(std::mt19937& random) {
+  const double exact = 45.0 * randomInt(random, -20, 20);
+  switch (randomInt(random, 0, 4)) {
+    case 0:
+      return exact;
+    case 1:
+      return std::nextafter(exact, randomInt(random, 0, 1) == 0 ? -1e9 : 1e9);
+    case 2:
+      return exact + randomInt(random, -300, 300) / 100.0;
+    default:
+      return std::uniform_real_distribution<double>(-800, 800)(random);
+  }
+}
+
+TEST(Rotation, IsWhatWalkingTheLinesDraws) {
+  std::mt19937 random(37);
+  for (int round = 0; round < 6000; ++round) {
+    const bool narrow = round % 8 == 0;
+    const Pixels pixels = randomPixels(random, randomInt(random, 0, narrow ? 3 : 70),
+                                       randomInt(random, 1, round % 8 == 1 ? 3 : 70),
+                                       randomInt(random, 1, 9), randomInt(random, 1, 9));
+    expectPlainRotation(pixels.toRect(round % 3 == 0 ? 0 : 300).get(), randomAngle(random));
+    if (HasFatalFailure()) return;
+  }
+}
+
+TEST(Rotation, LeavesBuffersAsSettingSpanBySpanDoes) {
+  std::mt19937 random(38);
+  const uint32_t extras[][2] = {{4, 40}, {4, 0}, {0, 0}, {9, 3}, {0, 1000}};
+  for (const auto& [least, most] : extras) {
+    rleRunAllocMinExtra = least;
+    rleRunAllocMaxExtra = most;
+    for (int round = 0; round < 16; ++round)
+      expectPlainRotation(randomPixels(random, 700, 30, 1, 1).toRect().get(), randomAngle(random));
+  }
+  rleRunAllocMinExtra = 4;
+  rleRunAllocMaxExtra = 40;
+}
+
+TEST(Rotation, OfVeryLongSidesStaysWithinTheImage) {
+  for (const double angle : {0.01, 44.0, 90.0, 179.99, 269.99, 359.9}) {
+    for (const bool wide : {true, false}) {
+      const OwnedRect page(wide ? rleNewRect(65535, 3, 0) : rleNewRect(3, 65535, 0));
+      for (int y = 0; y < page->height; y += 2) rleSetLine(page->rows[y], 1, page->width - 1);
+      expectPlainRotation(page.get(), angle);
+    }
+  }
+  const OwnedRect square(rleNewRect(65535, 65535, 0));  // turned: more than 16 bits can say
+  for (const int y : {0, 30000, 65534}) rleSetLine(square->rows[y], 0, 65534);
+  for (const double angle : {30.0, 60.0, 225.0, 300.0}) {
+    double x;
+    double y;
+    const OwnedRect turned(rleRotateRect(square.get(), angle, &x, &y));
+    EXPECT_EQ(rleCheckRect(turned.get()), 1);
+    EXPECT_EQ(turned->width,
+              uint16_t(int(std::ceil(65535 * (std::abs(std::cos(angle * M_PI / 180)) +
+                                              std::abs(std::sin(angle * M_PI / 180)))))));
+  }
+}
+
+TEST(Rotation, ByKnownAnglesHasKnownSizesAndCorners) {
+  const OwnedRect page(rleNewRect(100, 50, 300));
+  double x;
+  double y;
+  OwnedRect turned(rleRotateRect(page.get(), 30, &x, &y));
+  EXPECT_EQ(turned->width, 112);
+  EXPECT_EQ(turned->height, 94);
+  EXPECT_EQ(x, 0);
+  EXPECT_NEAR(y, 50, 1e-9);
+  turned.reset(rleRotateRect(page.get(), 120 - 3600, &x, &y));
+  EXPECT_EQ(turned->width, 94);
+  EXPECT_NEAR(x, 50, 1e-9);
+  EXPECT_EQ(y, 112);
+  const OwnedRect upright = image({"##...", "..#..", "....#"});
+  turned.reset(rleRotateRect(upright.get(), 0, &x, &y));
+  EXPECT_EQ(picture(turned.get()), (std::vector<std::string>{"..##.", "....#", "....."}));
+}
+
+TEST(Rotation, ByAnglesThatAreNoneIsRefused) {
+  const OwnedRect page = image({"##", "##"});
+  const OwnedRect none = image({});
+  const double inf = std::numeric_limits<double>::infinity();
+  for (const double angle : {inf, -inf, std::nan("")}) {
+    double x = 1;
+    double y = 1;
+    EXPECT_EQ(rleRotateRect(page.get(), angle, &x, &y), nullptr);
+    EXPECT_EQ(x + y, 0);
+  }
+  for (RleRect* const rect : {none.get(), static_cast<RleRect*>(nullptr)}) {
+    double x = 1;
+    double y = 1;
+    EXPECT_EQ(rleRotateRect(rect, 30, &x, &y), nullptr);
+    EXPECT_EQ(x + y, 0);
+  }
+  for (const double angle : {1e10, -4e18, 1e300, 1e-300, -1e-300}) {
+    double x;
+    double y;
+    const OwnedRect turned(rleRotateRect(page.get(), angle, &x, &y));
+    EXPECT_EQ(rleCheckRect(turned.get()), 1) << angle;
+  }
+}
+
+}  // namespace
+}  // namespace rle::test
