@@ -132,7 +132,7 @@ class SingleEdits {
 // source, where each edit sees the ones before.
 template <class Make>
 void editRow(RleLine& row, const RleLine& source, uint32_t edits, RunScratch& scratch, Make make) {
-  if (edits > 1 && &row != &source && CapacityPlan::possible()) {
+  if (edits > 1 && &row != &source && CapacityPlan::alwaysFits()) {
     BatchEdits batch(row, edits, scratch);
     if (batch) {
       make(batch);
