@@ -105,7 +105,7 @@ class RowDecoder::Row {
   // that was all. They do not complete the row.
   bool verticals(const Step& step, uint32_t& taken) {
     const Lanes offsets = widened(step.offsets);
-    const Lanes elements = load(b1_) + offsets;
+    const Lanes elements = plus(load(b1_), offsets);
     Lanes before = __builtin_shufflevector(Lanes{}, elements, 0, 8, 9, 10, 11, 12, 13, 14);
     before[0] = int16_t(runStart());
     const Lanes inOrder =
