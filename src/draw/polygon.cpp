@@ -57,9 +57,8 @@ class ActiveEdges {
     int32_t winding = 0;
     uint32_t start = 0;
     int32_t lastX = INT32_MIN;
-    RleEdge** const edges = edges_.get();
-    RleEdge** kept = edges;
-    for (RleEdge** at = edges; at != end_; ++at) {
+    RleEdge** kept = edges_.get();
+    for (RleEdge** at = kept; at != end_; ++at) {
       RleEdge& edge = **at;
       uint32_t column = uint32_t(edge.x);
       if (column > uint32_t(width)) column = edge.x < 0 ? 0 : uint32_t(width);
@@ -73,18 +72,24 @@ class ActiveEdges {
       }
       if (edge.bottom == y) continue;
       stepDown(edge);
-      RleEdge** to = kept++;
-      if (edge.x >= lastX)
-        lastX = edge.x;
+      *kept++ = &edge;
+      if (edge.x < lastX) [[unlikely]]
+        sortBack(kept - 1);
       else
-        for (; to != edges && to[-1]->x > edge.x; --to) *to = to[-1];
-      *to = &edge;
+        lastX = edge.x;
     }
     end_ = kept;
     return spans;
   }
 
  private:
+  // Sorts an edge in among those before it, behind the ones with the same x.
+  void sortBack(RleEdge** at) {
+    RleEdge* const edge = *at;
+    for (; at != edges_.get() && at[-1]->x > edge->x; --at) *at = at[-1];
+    *at = edge;
+  }
+
   OwnedEdgeList edges_;
   RleEdge** end_;
 };
