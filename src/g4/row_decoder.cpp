@@ -83,6 +83,7 @@ class RowDecoder::Row {
       : stream_(decoder.stream_),
         byteBits_(decoder.byteBits_),
         reference_(decoder.reference_),
+        b1_(decoder.reference_),
         coding_(decoder.coding_),
         end_(decoder.coding_),
         limit_(decoder.coding_ + kTooManyElements),
@@ -103,13 +104,12 @@ class RowDecoder::Row {
   // Takes the vertical codes of a step as long as they need no care, and counts them; true when
   // that was all. They do not complete the row.
   bool verticals(const Step& step, uint32_t& taken) {
-    const uint16_t* const b1 = reference_ + b1_;
     const Lanes offsets = widened(step.offsets);
-    const Lanes elements = load(b1) + offsets;
+    const Lanes elements = load(b1_) + offsets;
     Lanes before = __builtin_shufflevector(Lanes{}, elements, 0, 8, 9, 10, 11, 12, 13, 14);
-    before[0] = int16_t(std::max<int32_t>(a0_, end_[-1]));
+    before[0] = int16_t(runStart());
     const Lanes inOrder =
-        (elements > before) & ~(load(b1 - 1) > elements) & (load(b1 + 1) > elements);
+        (elements > before) & ~(load(b1_ - 1) > elements) & (load(b1_ + 1) > elements);
     const uint64_t settled = narrowed(inOrder | (offsets == int16_t{kNoOffset}));
     const bool all = settled == UINT64_MAX;
     taken = all ? step.count : countSet(settled);
@@ -121,22 +121,22 @@ class RowDecoder::Row {
 
   // Takes one vertical code, whatever it does.
   void vertical(int32_t offset) {
-    a0_ = std::max(reference_[b1_] + offset, a0() + 1);
+    a0_ = std::max(b1_[0] + offset, a0() + 1);
     *end_++ = uint16_t(std::min(a0_, width_));
     // The colour changes, and with it the parity of b1. Having gone far to the left, the element
     // before b1 may still lie ahead.
-    b1_ += b1_ > 0 && reference_[b1_ - 1] > a0_ ? -1 : 1;
+    b1_ += b1_[-1] > a0_ ? -1 : 1;
     findB1();
   }
 
   void pass() {
-    a0_ = reference_[b1_ + 1];
+    a0_ = b1_[1];
     b1_ += 2;
   }
 
   // Takes the two runs of a horizontal code; false when that fails.
   bool horizontal(Bits& in) {
-    const uint32_t colour = b1_ & 1;
+    const uint32_t colour = (b1_ - reference_) & 1;
     // When the first run can make the row too long, bytes of the second must not be read.
     if (end_ + 1 < limit_) [[likely]] {
       if (in.count < kShortestPair && !more(in)) return false;
@@ -148,9 +148,7 @@ class RowDecoder::Row {
       if (pair.length() <= kPairBits) [[likely]] {
         if (pair.first() == kInvalidRun) return false;
         in.drop(pair.length());
-        appendRun(int32_t(pair.first()));
-        appendRun(int32_t(pair.second()));
-        findB1();
+        appendPair(int32_t(pair.first()), int32_t(pair.second()));
         return true;
       }
     }
@@ -190,12 +188,31 @@ class RowDecoder::Row {
     }
   }
 
+  void appendPair(int32_t first, int32_t second) {
+    const int32_t a1 = runStart() + first;
+    const int32_t a2 = a1 + second;
+    if (first != 0 && second != 0 && a2 < width_) [[likely]] {
+      end_[0] = uint16_t(a1);
+      end_[1] = uint16_t(a2);
+      end_ += 2;
+      a0_ = a2;
+    } else {
+      appendRun(first);
+      appendRun(second);
+    }
+    findB1();
+  }
+
   void appendRun(int32_t length) {
-    a0_ = std::min(std::max(a0(), 0) + length, width_);
+    a0_ = std::min(runStart() + length, width_);
     *end_ = uint16_t(a0_);
     // A run of no length changes nothing, except in front of the row's first pixel.
     end_ += end_ == coding_ || end_[-1] != a0_ ? 1 : 0;
   }
+
+  // Where the next run starts: at a0, but never left of the first pixel. (A 0 lies in front of the
+  // first element.)
+  int32_t runStart() const { return std::max<int32_t>(a0_, end_[-1]); }
 
   int32_t a0() const { return std::max(a0_, end_ == coding_ ? -1 : int32_t{end_[-1]}); }
 
@@ -203,20 +220,20 @@ class RowDecoder::Row {
   void findB1() {
     if (complete()) return;
     // Few elements are passed as a rule, but their number is anyone's guess: no branches at first.
-    b1_ += reference_[b1_] <= a0_ ? 2 : 0;
-    b1_ += reference_[b1_] <= a0_ ? 2 : 0;
-    while (reference_[b1_] <= a0_) b1_ += 2;
+    b1_ += b1_[0] <= a0_ ? 2 : 0;
+    b1_ += b1_[0] <= a0_ ? 2 : 0;
+    while (b1_[0] <= a0_) b1_ += 2;
   }
 
   RleStream* stream_;
   const uint8_t* byteBits_;
   const uint16_t* reference_;
+  const uint16_t* b1_;  // an element of the reference, whose number is odd while black runs on
   uint16_t* coding_;
   uint16_t* end_;  // of the elements so far
   const uint16_t* limit_;
   int32_t width_;
   int32_t a0_ = -1;  // left of the first pixel; elements that verticals() added may be ahead of it
-  uint32_t b1_ = 0;  // number of the reference element; odd while a black run goes on
 };
 
 RowDecoder::RowDecoder(RleStream* stream, uint32_t width, bool lsbFirst)
@@ -265,7 +282,7 @@ RowDecoder::Result RowDecoder::next() {
     }
     bits >>= step->used;
     if (step->stop == Mode::Horizontal) {
-      const auto count = uint32_t(std::bit_width(bits)) - 1;
+      const uint32_t count = 31U ^ uint32_t(__builtin_clz(bits));  // there is the 1
       Bits in{bits ^ 1U << count, count};
       if (!row.horizontal(in)) return Result::Damaged;
       bits = in.bits | 1U << in.count;

@@ -51,7 +51,7 @@ bool blackenBlankRow(RleLine& row, std::span<const RleRun> spans) {
     count += span.start == lastEnd ? 0 : 1;
     lastEnd = span.end;
   }
-  if (!CapacityPlan::possible()) return false;
+  if (!CapacityPlan::alwaysFits()) return false;
   CapacityPlan plan(row.runs);
   plan.fitRising(1, count);
   if (!plan.carryOut(row.runs, count)) return false;

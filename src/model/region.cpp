@@ -28,7 +28,6 @@ bool copyStretch(const RleLine& row, const Stretch& stretch, RleLine& copy) {
   forEachRun(row, stretch, [&](uint16_t start, uint16_t end) {
     if (start < end) ++count;
   });
-  if (!CapacityPlan::possible()) return false;
   CapacityPlan plan(nullptr);
   plan.fit(1);
   plan.fitRising(1, count);

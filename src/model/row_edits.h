@@ -131,7 +131,7 @@ class SingleEdits {
 // is no gain and when there is no memory for it.
 template <class Make>
 void editRow(RleLine& row, uint32_t edits, RunScratch& scratch, Make make) {
-  if (edits > 1 && CapacityPlan::possible()) {
+  if (edits > 1 && CapacityPlan::alwaysFits()) {
     BatchEdits batch(row, edits, scratch);
     if (batch) {
       make(batch);

@@ -16,9 +16,12 @@
 namespace rle {
 namespace {
 
+// Runs as what they are in memory: a start, an end, a start, an end ...
+const uint16_t* edgesOf(const RleRun* runs) { return reinterpret_cast<const uint16_t*>(runs); }
+
 // Whether runs are sorted, not empty, and apart from each other: whether their edges ascend.
 bool valid(const RleRun* runs, uint32_t count) {
-  const uint16_t* const edges = &runs->start;
+  const uint16_t* const edges = edgesOf(runs);
   uint16_t wrong = 0;  // as wide as an edge, so that eight are compared at once
   for (uint32_t i = 1; i < 2 * count; ++i) wrong |= uint16_t(edges[i - 1] >= edges[i]);
   return wrong == 0;
@@ -26,7 +29,7 @@ bool valid(const RleRun* runs, uint32_t count) {
 
 // A condition that is as often true as not, at random: compilers then calculate with it instead of
 // branching.
-bool random(bool condition) { return __builtin_expect_with_probability(condition, 1, 0.5) != 0; }
+bool coinToss(bool condition) { return __builtin_expect_with_probability(condition, 1, 0.5) != 0; }
 
 struct Union {
   uint32_t count;  // runs
@@ -38,9 +41,13 @@ struct Union {
 // lists are valid; spans[-1] exists and is written to.
 Union unite(const RleRun* run, const RleRun* runsEnd, RleRun* const spans, const RleRun* spansEnd,
             RleRun* gap) {
+  RleRun* span = spans;
   int32_t end = -1;  // of the run that may still grow
   auto count = int32_t(runsEnd - run);
-  RleRun* span = spans;
+  const RleRun* const firstRun = run;
+  while (run != runsEnd && span != spansEnd && run->end < span->start) end = (run++)->end;
+  std::copy_n(edgesOf(firstRun), 2 * (run - firstRun), &gap->end);
+  gap += run - firstRun;
   while (run != runsEnd && span != spansEnd) {
     const int32_t runStart = run->start;
     const int32_t runEnd = run->end;
@@ -49,13 +56,13 @@ Union unite(const RleRun* run, const RleRun* runsEnd, RleRun* const spans, const
     const RleRun* const nextRun = run + 1;
     RleRun* const nextSpan = span + 1;
     const bool takesSpan = spanStart < runStart;
-    run = random(takesSpan) ? run : nextRun;
-    span = random(takesSpan) ? nextSpan : span;
+    run = coinToss(takesSpan) ? run : nextRun;
+    span = coinToss(takesSpan) ? nextSpan : span;
     const int32_t start = std::min(runStart, spanStart);
     const bool apart = end < start;
     *gap = {uint16_t(end), uint16_t(start)};
     gap += apart;
-    end = std::max(end, random(takesSpan) ? spanEnd : runEnd);
+    end = std::max(end, coinToss(takesSpan) ? spanEnd : runEnd);
     count += int32_t{takesSpan} + int32_t{apart} - 1;
     span[-1].start = uint16_t(count);
   }
@@ -67,10 +74,9 @@ Union unite(const RleRun* run, const RleRun* runsEnd, RleRun* const spans, const
     end = std::max<int32_t>(end, span->end);
     span->start = uint16_t(count);
   }
-  // The rest is copied edge by edge: an end, a start, an end ...
   gap->start = uint16_t(end);
-  uint16_t* const edges = std::copy_n(&run->start, 2 * (runsEnd - run), &gap->end);
-  std::copy_n(&span->start, 2 * (spansEnd - span), edges);
+  uint16_t* const edges = std::copy_n(edgesOf(run), 2 * (runsEnd - run), &gap->end);
+  std::copy_n(edgesOf(span), 2 * (spansEnd - span), edges);
   return {uint32_t(count + (spansEnd - span)), uint32_t(span - spans)};
 }
 
@@ -79,16 +85,22 @@ Union unite(const RleRun* run, const RleRun* runsEnd, RleRun* const spans, const
 uint32_t subtract(const RleRun* run, const RleRun* runsEnd, RleRun* span, const RleRun* spansEnd,
                   RleRun* left) {
   RleRun* const first = left;
+  const RleRun* const firstRun = run;
+  while (run != runsEnd && span != spansEnd && run->end < span->start) ++run;
+  left = std::copy(firstRun, run, left);
   while (run != runsEnd && span != spansEnd) {  // the run meets the gap before the span
     const RleRun whole = *run;
+    const RleRun* const nextRun = run + 1;
+    RleRun* const nextSpan = span + 1;
     RleRun& before = span[-1];
     const uint16_t gapEnd = span->start;
     const RleRun piece = {std::max(whole.start, before.end), std::min(whole.end, gapEnd)};
     before.start = uint16_t((left - first) + (runsEnd - run));
     *left = piece;
     left += piece.start < piece.end;
-    run += whole.end <= gapEnd;
-    span += whole.end >= gapEnd;
+    const bool crossesGap = gapEnd < whole.end;
+    run = coinToss(crossesGap) ? run : nextRun;
+    span = coinToss(crossesGap) ? nextSpan : span;
   }
   const uint16_t lastEnd = span[-1].end;
   while (run != runsEnd && run->end <= lastEnd) ++run;
@@ -101,35 +113,52 @@ uint32_t subtract(const RleRun* run, const RleRun* runsEnd, RleRun* span, const 
   return count;
 }
 
-// The runs of a valid source inside the stretch, in columns of the target. Returns their number.
-uint32_t takeRuns(const RleLine& source, const Stretch& stretch, RleRun* spans) {
+// Copies edges, each moved by `shift`, while they ascend. False when they do not.
+bool copyEdges(const uint16_t* __restrict from, uint32_t count, uint16_t shift,
+               uint16_t* __restrict to) {
+  uint16_t wrong = 0;
+  to[0] = uint16_t(from[0] + shift);
+  for (uint32_t i = 1; i < count; ++i) {
+    wrong |= uint16_t(from[i - 1] >= from[i]);
+    to[i] = uint16_t(from[i] + shift);
+  }
+  return wrong == 0;
+}
+
+// What is to be set or cleared, in columns of the row that is edited.
+struct Spans {
+  RleRun* first;
+  uint32_t count;
+  bool valid;
+};
+
+// The runs of the source inside the stretch. Their edges are written from `edges` on.
+Spans takeRuns(const RleLine& source, const Stretch& stretch, uint16_t* edges) {
   const RleRun* from = source.runs;
   const RleRun* to = from + source.count;
   while (from != to && from->end <= stretch.first) ++from;
   while (from != to && to[-1].start >= stretch.end) --to;
-  const auto count = uint32_t(to - from);
-  if (count == 0) return 0;
-  const uint16_t shift = stretch.target(0);
-  for (uint32_t i = 0; i < count; ++i)
-    spans[i] = {uint16_t(from[i].start + shift), uint16_t(from[i].end + shift)};
-  if (from[0].start < stretch.first) spans[0].start = stretch.target(stretch.first);
-  if (to[-1].end > stretch.end) spans[count - 1].end = stretch.target(stretch.end);
-  return count;
+  Spans spans = {reinterpret_cast<RleRun*>(edges), uint32_t(to - from), true};
+  if (spans.count == 0) return spans;
+  spans.valid = copyEdges(edgesOf(from), 2 * spans.count, stretch.target(0), edges);
+  if (from->start < stretch.first) spans.first->start = stretch.target(stretch.first);
+  if (to[-1].end > stretch.end) spans.first[spans.count - 1].end = stretch.target(stretch.end);
+  return spans;
 }
 
-// Likewise the gaps.
-uint32_t takeGaps(const RleLine& source, const Stretch& stretch, RleRun* spans) {
-  const uint32_t runCount = takeRuns(source, stretch, spans);
-  uint16_t gap = stretch.target(stretch.first);
-  uint32_t count = 0;
-  for (uint32_t i = 0; i < runCount; ++i) {
-    const RleRun run = spans[i];
-    spans[count] = {gap, run.start};
-    count += gap < run.start;  // only the first gap can be empty
-    gap = run.end;
+// The gaps of the source inside the stretch: between its two ends, the edges of the runs are those
+// of the gaps.
+Spans takeGaps(const RleLine& source, const Stretch& stretch, RleRun* room) {
+  const Spans runs = takeRuns(source, stretch, &room->end);
+  room->start = stretch.target(stretch.first);
+  room[runs.count].end = stretch.target(stretch.end);
+  Spans gaps = {room, runs.count + 1, runs.valid};
+  if (room[gaps.count - 1].start == room[gaps.count - 1].end) --gaps.count;
+  if (gaps.count > 0 && room->start == room->end) {
+    *gaps.first++ = {0, 0};  // now the slot before the spans
+    --gaps.count;
   }
-  if (gap < stretch.target(stretch.end)) spans[count++] = {gap, stretch.target(stretch.end)};
-  return count;
+  return gaps;
 }
 
 // One merge of valid rows: storage, the capacity to come, and the result.
@@ -139,16 +168,20 @@ class Merge {
       : row_(row), plan_(row.runs), runs_(row.runs), count_(row.count) {
     const uint32_t mostSpans = source.count + 1U;
     const uint32_t mostRuns = row.count + 1U;
-    RleRun* const storage = scratch.reserve(1 + mostSpans + mostRuns + 1 + mostRuns + mostSpans);
-    if (storage == nullptr) return;
-    storage[0] = {0, 0};
-    spans_ = storage + 1;
-    work_ = spans_ + mostSpans;
+    storage_ = scratch.reserve(1 + mostSpans + mostRuns + 1 + mostRuns + mostSpans);
+    if (storage_ == nullptr) return;
+    work_ = storage_ + 1 + mostSpans;
     out_ = work_ + mostRuns;
   }
 
-  explicit operator bool() const { return spans_ != nullptr; }
-  RleRun* spans() { return spans_; }
+  // Finds the spans to set or clear. False when that cannot be done here.
+  bool takeSpans(const RleLine& source, const Stretch& stretch, bool gaps) {
+    if (storage_ == nullptr) return false;
+    storage_[0] = {0, 0};
+    spans_ = gaps ? takeGaps(source, stretch, storage_ + 1)
+                  : takeRuns(source, stretch, &storage_[1].start);
+    return spans_.valid;
+  }
 
   void clearOne(uint16_t start, uint16_t end) {
     const RleRun* const stop = runs_ + count_;
@@ -163,25 +196,27 @@ class Merge {
     if (change.fit) plan_.fit(count_);
   }
 
-  void set(uint32_t k) {
-    const Union united = unite(runs_, runs_ + count_, spans_, spans_ + k, out_);
-    for (uint32_t j = 0; j < united.noted; ++j) plan_.fit(spans_[j].start);
-    plan_.fitRising(united.count - (k - united.noted) + 1, united.count);
+  void set() {
+    RleRun* const first = spans_.first;
+    const Union united = unite(runs_, runs_ + count_, first, first + spans_.count, out_);
+    fitToNotes(0, united.noted);
+    plan_.fitRising(united.count - (spans_.count - united.noted) + 1, united.count);
     count_ = united.count;
     runs_ = reinterpret_cast<const RleRun*>(&out_->end);  // between two gaps lies a run
   }
 
-  void clear(uint32_t k) {
+  void clear() {
     // An edit that changes the run count fits the buffer, and so does one that meets the last run.
     // Edits before the first such one do not. Those after it may as well: to fit a buffer twice to
     // the same count is to fit it once.
     const uint32_t before = count_;
-    const uint32_t meetsLast = spanAtEnd(k);
-    count_ = subtract(runs_, runs_ + count_, spans_, spans_ + k, out_);
+    const uint32_t meetsLast = spanAtEnd();
+    RleRun* const first = spans_.first;
+    count_ = subtract(runs_, runs_ + count_, first, first + spans_.count, out_);
     runs_ = out_;
     uint32_t j = 0;
-    while (j < meetsLast && spans_[j].start == before) ++j;
-    for (; j < k; ++j) plan_.fit(spans_[j].start);
+    while (j < meetsLast && first[j].start == before) ++j;
+    fitToNotes(j, spans_.count);
   }
 
   // Puts the result into the row, which keeps its former runs when it cannot grow.
@@ -192,20 +227,27 @@ class Merge {
   }
 
  private:
-  // The span that touches or covers the end of the row's last run, or k.
-  uint32_t spanAtEnd(uint32_t k) const {
-    if (count_ == 0) return k;
+  void fitToNotes(uint32_t from, uint32_t to) {
+    CapacityPlan plan = plan_;  // a copy stays in a register
+    for (uint32_t j = from; j < to; ++j) plan.fit(spans_.first[j].start);
+    plan_ = plan;
+  }
+
+  // The span that touches or covers the end of the row's last run, or their number.
+  uint32_t spanAtEnd() const {
+    if (count_ == 0) return spans_.count;
     const uint16_t end = runs_[count_ - 1].end;
-    const RleRun* const found = std::partition_point(
-        spans_, spans_ + k, [=](const RleRun& span) { return span.end < end; });
-    return found != spans_ + k && found->start <= end ? uint32_t(found - spans_) : k;
+    uint32_t j = spans_.count;
+    while (j > 0 && spans_.first[j - 1].end >= end) --j;
+    return j < spans_.count && spans_.first[j].start <= end ? j : spans_.count;
   }
 
   RleLine& row_;
   CapacityPlan plan_;
   const RleRun* runs_;  // the row as it is by now
   uint32_t count_;
-  RleRun* spans_ = nullptr;
+  Spans spans_ = {};
+  RleRun* storage_ = nullptr;  // a slot before the spans, and the spans
   RleRun* work_ = nullptr;
   RleRun* out_ = nullptr;
 };
@@ -216,18 +258,17 @@ enum class Paste { Set, Clear, Replace };
 bool pasteValid(RleLine& row, const RleLine& source, const Stretch& stretch, bool gaps, Paste paste,
                 RunScratch& scratch) {
   const bool wraps = stretch.dx + (stretch.end - stretch.first) > 65535;
-  if (wraps || &row == &source || !CapacityPlan::possible()) return false;
-  if (!valid(row.runs, row.count) || !valid(source.runs, source.count)) return false;
+  if (wraps || &row == &source || !CapacityPlan::alwaysFits()) return false;
+  if (paste == Paste::Clear && row.count == 0) return true;
+  if (!valid(row.runs, row.count)) return false;
   Merge merge(row, source, scratch);
-  if (!merge) return false;
-  const uint32_t k =
-      gaps ? takeGaps(source, stretch, merge.spans()) : takeRuns(source, stretch, merge.spans());
+  if (!merge.takeSpans(source, stretch, gaps)) return false;
   if (paste == Paste::Replace)
     merge.clearOne(stretch.target(stretch.first), stretch.target(stretch.end));
   if (paste == Paste::Clear)
-    merge.clear(k);
+    merge.clear();
   else
-    merge.set(k);
+    merge.set();
   merge.finish();
   return true;
 }

@@ -50,9 +50,9 @@ void CapacityPlan::fitRising(uint32_t from, uint32_t to) {
 }
 
 bool CapacityPlan::carryOut(RleRun*& runs, uint32_t count) const {
-  const auto capacity = uint32_t(keptBelow_ + rleRunAllocMaxExtra);
+  const int64_t capacity = keptBelow_ + rleRunAllocMaxExtra;
   if (!fitted_ || (runs != nullptr && capacityOf(runs) == capacity)) return true;
-  RleRun* const resized = resizeRuns(runs, capacity);
+  RleRun* const resized = capacity > UINT32_MAX ? nullptr : resizeRuns(runs, uint32_t(capacity));
   if (resized == nullptr) return runs != nullptr && capacityOf(runs) >= count;
   runs = resized;
   return true;

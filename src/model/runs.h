@@ -32,12 +32,8 @@ class CapacityPlan {
     if (runs != nullptr) keptBelow_ += capacityOf(runs);
   }
 
-  // Whether the plan can be relied on. With tuning words beyond these, buffers may be asked for
-  // that are too large for their capacity word.
-  static bool possible() {
-    constexpr uint32_t kMost = 0x80000000;
-    return rleRunAllocMinExtra < kMost && rleRunAllocMaxExtra < kMost;
-  }
+  // Whether every fit of at most 65535 runs gives a number that the capacity word can hold.
+  static bool alwaysFits() { return rleRunAllocMinExtra < 0x80000000; }
 
   // rleReAllocRuns for `count` runs, at most 65535, and not 0 for a buffer that is null so far. Run
   // counts go up and down unforeseeably, so the less there is to branch on, the better.
