@@ -253,8 +253,9 @@ RLE_API int32_t rleCheckRect(RleRect* rect);
 /*
  * These edits keep a valid row valid, and resize its buffer with rleReAllocRuns whenever the number
  * of runs changes. They do not clip: columns are 16 bits with x1 <= x2 < width, and rows must
- * exist. When a buffer cannot grow, the row keeps the runs it had and the edit is dropped; likewise
- * an edit that would give a row more than 65535 runs.
+ * exist. A span with x1 > x2, or with x2 = 65535, changes nothing. When a buffer cannot grow, the
+ * row keeps the runs it had and the edit is dropped; likewise an edit that would give a row more
+ * than 65535 runs.
  */
 
 /* Makes pixels x1 to x2 black, joining the runs they touch. */
@@ -276,6 +277,321 @@ RLE_API void rleClearRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int
 RLE_API void rleMergeLineRun(RleLine* dst, RleLine* src, int32_t dx, int32_t sx1, int32_t sx2,
                              int32_t set);
 
+/* ---- Regions --------------------------------------------------------------------------------- */
+
+/*
+ * Rectangles here may reach beyond the image, or lie outside it altogether: only the part inside
+ * counts. Corners are full 32-bit numbers. A piece that is copied or cut out counts its columns and
+ * rows from the corner (x1, y1) that was asked for.
+ */
+
+/*
+ * Clips the rectangle (x1, y1)-(x2, y2) to an image of width x height pixels (16 bits each). 1 and
+ * the clipped corners when they overlap; otherwise 0, and the results are not written. An image
+ * without columns or rows overlaps nothing, nor does a rectangle with x1 > x2 or y1 > y2.
+ */
+RLE_API int32_t rleIntersectRect(int32_t width, int32_t height, int32_t x1, int32_t y1, int32_t x2,
+                                 int32_t y2, uint16_t* ox1, uint16_t* oy1, uint16_t* ox2,
+                                 uint16_t* oy2);
+
+/*
+ * A new row with pixels x1 to x2 (16 bits) of `line`, column x1 as its column 0, or null. It always
+ * has a run buffer; its tag is 0.
+ */
+RLE_API RleLine* rleCopyLine(RleLine* line, int32_t x1, int32_t x2);
+
+/*
+ * The same row as rleCopyLine; the pixels are then cleared in `line` as by rleClearLine. When there
+ * is no memory for the new row, the result is null and `line` keeps its pixels.
+ */
+RLE_API RleLine* rleCutLine(RleLine* line, int32_t x1, int32_t x2);
+
+/*
+ * A new image of x2 - x1 + 1 by y2 - y1 + 1 pixels (16 bits each) in the resolution of `rect`, with
+ * what `rect` holds inside the rectangle and white elsewhere, or null. Tags are 0.
+ */
+RLE_API RleRect* rleCopyRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2);
+
+/*
+ * The same image as rleCopyRect; the copied pixels are then cleared in `rect`. When there is no
+ * memory for the new image, the result is null and `rect` keeps all its pixels. When only a row of
+ * `rect` cannot grow to be split, that row keeps its pixels; the new image is complete all the
+ * same.
+ */
+RLE_API RleRect* rleCutRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2);
+
+/*
+ * Pastes `src` into `dst` with the top left pixel of `src` at column x, row y, which may be
+ * negative. 1 when the two overlap, else 0. Modes:
+ *
+ *   0  replace: `dst` becomes equal to `src` where they overlap
+ *   1  set: what is black in `src` becomes black
+ *   2  clear: what is black in `src` becomes white
+ *
+ * Any other mode changes nothing. A row that cannot grow keeps the runs it had.
+ */
+RLE_API int32_t rleMergeRect(RleRect* dst, int32_t x, int32_t y, RleRect* src, int32_t mode);
+
+/*
+ * Pastes the image of a polygon region as rleMergeRect does, and returns the same. In mode 0 a
+ * region with a mask replaces only what its mask covers. A region without an image pastes nothing
+ * but the clearing of its mask.
+ */
+RLE_API int32_t rleMergePoly(RleRect* dst, int32_t x, int32_t y, RlePoly* poly, int32_t mode);
+
+/*
+ * Where `mask` is white, makes `rect` white (mode 0) or black (any other mode), row by row. Mask
+ * columns that are missing count as white; rows that are missing leave those of `rect` alone. A row
+ * that cannot grow keeps the runs it had.
+ */
+RLE_API void rleMaskRect(RleRect* rect, RleRect* mask, int32_t mode);
+
+/* ---- Painting -------------------------------------------------------------------------------- */
+
+/*
+ * Paint is described by a colour, a pattern and a mode. The first line that applies decides:
+ *
+ *   colour -1, pattern not null   the pattern, laid in this mode
+ *   mode 2, colour 1              white
+ *   mode 1, colour 0              white
+ *   anything else                 black
+ *
+ * A pattern is an image that repeats as a tile in both directions. Its modes are 1, what is black
+ * in the tile becomes black; 2, what is black in the tile becomes white; and any other, the area
+ * becomes a copy of the tile. A pattern without columns or rows paints nothing.
+ *
+ * When a row's buffer cannot grow, an edit of the row is dropped and it stays valid.
+ */
+
+/*
+ * Paints n spans: span i covers widths[i] pixels from points[i] to the right. What lies outside the
+ * image is dropped; spans may overlap and are painted in order. A pattern is aligned to the image:
+ * its pixel (0, 0) lies on column 0, row 0.
+ */
+RLE_API void rleFillSpans(RleRect* image, int32_t n, RlePoint* points, int32_t* widths,
+                          int32_t colour, RleRect* pattern, int32_t mode);
+
+/*
+ * Paints the rectangle (x1, y1)-(x2, y2), clipped to the image. A pattern is aligned to column 0 of
+ * the image and to the top row of the clipped rectangle.
+ */
+RLE_API void rleFillRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2,
+                         int32_t colour, RleRect* pattern, int32_t mode);
+
+/*
+ * Lays row y (16 bits, modulo the pattern's height) of the pattern over columns x1 to x2 (16 bits)
+ * of a row, aligned to column 0. Does not clip. A null pattern paints nothing.
+ */
+RLE_API void rlePatternLine(RleLine* line, int32_t x1, int32_t x2, int32_t y, RleRect* pattern,
+                            int32_t mode);
+
+/*
+ * rlePatternLine on rows y1 to y2 (16 bits), with row 0 of the pattern on row y1. Does not clip:
+ * the rows must exist.
+ */
+RLE_API void rlePatternRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2,
+                            RleRect* pattern, int32_t mode);
+
+/* ---- Drawing --------------------------------------------------------------------------------- */
+
+/*
+ * Fills the polygon whose boundary runs through the `count` vertices and back to the first one.
+ * Vertices may lie anywhere, edges may cross, and vertices may repeat. fillRule 0 takes what the
+ * boundary encloses an odd number of times (even-odd), any other value what it winds around a
+ * number of times that is not 0 (non-zero). Colour, pattern and mode are those of rleFillSpans.
+ *
+ * Row y of the inside reaches from the ceiling of the left edge's x on that row to, but not
+ * including, the ceiling of the right edge's; the row of the lowest vertex is not filled. So the
+ * rectangle (0, 0), (10, 0), (10, 5), (0, 5) fills columns 0 to 9 of rows 0 to 4, and polygons that
+ * share an edge neither overlap nor leave a gap. Only what lies inside the image is painted.
+ *
+ * Fewer than 3 vertices paint nothing. When memory for the edges runs out nothing is painted
+ * either.
+ */
+RLE_API void rleFillPolygon(RleRect* image, int32_t count, RlePoint* points, int32_t fillRule,
+                            int32_t colour, RleRect* pattern, int32_t mode);
+
+/* ---- Bit rows -------------------------------------------------------------------------------- */
+
+/*
+ * A packed bit row holds one pixel a bit, the leftmost pixel of a byte in its highest bit; 1 is
+ * black. The rows of a packed image follow each other at a distance of rowBits / 8 bytes, rounded
+ * down.
+ *
+ * Packing collects the runs of a row in a buffer that stays from call to call: the pack cache. Each
+ * thread has its own, and gives it back when it ends.
+ */
+
+/*
+ * A new row with the pixels x1 to x2 - 1 (x2 is the first pixel after them) of the packed row at
+ * `bits`, or null when memory runs out. Pixel x1 becomes column 0. Only the bytes that hold these
+ * pixels are read. Pixels left of pixel 0 are white, and with x2 <= x1 there are none. A row holds
+ * 16-bit columns: of a wider stretch, columns and the run count keep their low 16 bits.
+ */
+RLE_API RleLine* rlePackLine(uint8_t* bits, int32_t x1, int32_t x2);
+
+/*
+ * A new image of columns x1 to x2 and rows y1 to y2, all included, of the packed image at `bits`,
+ * or null when memory runs out or when there are fewer than 0 or more than 65535 columns or rows.
+ * `resolution` is 16 bits and becomes the image's as it is, 0 too. `ignored` has no meaning. Rows
+ * above row 0 and pixels left of pixel 0 are white. Empties the pack cache, unless it fails.
+ */
+RLE_API RleRect* rlePackRect(uint8_t* bits, int32_t rowBits, int32_t ignored, int32_t x1,
+                             int32_t x2, int32_t y1, int32_t y2, int32_t resolution);
+
+/* Releases this thread's pack cache; the next call that packs makes a new one. */
+RLE_API void rlePackClearCache(void);
+
+/*
+ * Paints the black pixels of columns x1 to x2 of `line` into the packed row at `rowBytes`; other
+ * bits stay as they are. Column x1 comes to lie at bit `offset`, and each column is scale / 32768
+ * bits wide (the two lowest bits of `scale` are dropped); a bit that is covered in part becomes
+ * black. Bits from `limit` on are neither written nor looked at, nor are bits before bit 0. With a
+ * scale below 4 nothing is painted, nor with x2 < x1. Returns 1.
+ */
+RLE_API int32_t rleUnPackLine(RleLine* line, int32_t x1, int32_t x2, uint8_t* rowBytes,
+                              int32_t limit, uint32_t scale, int32_t offset);
+
+/*
+ * Paints columns x1 to x2 and rows y1 to y2 of `rect` into rows rowStart to rowEnd - 1 of the
+ * packed image at `bits`, whose rows are rowBits bits long, as rleUnPackLine does with hscale and
+ * offset. Row y1 comes to lie at rowStart. Each row is vscale / 32768 output rows high: with a
+ * vscale below 32768 several rows are painted into one; above it a row is painted repeatedly, but
+ * row y2 once only, and the output rows after it stay as they are. A vscale of 0 stands for one
+ * row per output row, from row 0 to row y2, whatever y1. Rows that the image does not have, and
+ * output rows above row 0, are passed over.
+ */
+RLE_API void rleUnPackRect(RleRect* rect, int32_t x1, int32_t x2, int32_t y1, int32_t y2,
+                           uint8_t* bits, int32_t rowBits, int32_t rowEnd, uint32_t hscale,
+                           uint32_t vscale, int32_t offset, int32_t rowStart);
+
+/* ---- Native format --------------------------------------------------------------------------- */
+
+/*
+ * The library's own file format (docs/format.md): a header, a polygon section and the rows as runs.
+ * Most callers need the six functions for whole files only.
+ *
+ * These functions use the stream from where it stands, in the byte order it has, which should be
+ * big-endian; they neither rewind nor release it. A failed write leaves what was written before.
+ * Rows are taken as they are: what a file holds may be out of order or beyond the width until
+ * rleCheckRect says otherwise.
+ */
+
+/* A new image read from a file of an image or of a polygon region, or null. */
+RLE_API RleRect* rleLoadRect(RleStream* stream);
+RLE_API RleRect* rleLoad(RleStream* stream);
+
+/*
+ * A new polygon region read from a file, or null. The mask is filled from the vertices; a file of a
+ * plain image gives a region without vertices and without a mask. When memory for the mask runs out
+ * the load fails.
+ */
+RLE_API RlePoly* rleLoadPoly(RleStream* stream);
+
+/* Writes an image as a file. 1, or 0 on failure. */
+RLE_API int32_t rleUnloadRect(RleStream* stream, RleRect* rect);
+RLE_API int32_t rleUnload(RleStream* stream, RleRect* rect);
+
+/* Writes a polygon region, without its mask, as a file. 1, or 0 on failure or without an image. */
+RLE_API int32_t rleUnloadPoly(RleStream* stream, RlePoly* poly);
+
+/*
+ * The pieces of a file, one by one. A context holds the stream and what the last header said. Given
+ * a null context, readers return null (rleReadFillRule -1) and writers 0.
+ */
+
+/* A new context for the stream, or null when memory runs out. */
+RLE_API RleFile* rleOpen(RleStream* stream);
+
+/* Releases the context and leaves the stream alone. Null is ignored. */
+RLE_API void rleClose(RleFile* file);
+
+/*
+ * Writes a header with the version (1 for 0), height, width and resolution of `header`, and after
+ * it an empty polygon section when withEmptyPoly is 1. 1, or 0 at the first write that fails.
+ */
+RLE_API int32_t rleWriteHeader(RleFile* file, RleFile* header, int32_t withEmptyPoly);
+
+/*
+ * Reads a native or a legacy header and returns it as a new record, released with rleFreeHeader, or
+ * null. Its magic, version and the low 16 bits of its resolution are kept in the context too. An
+ * unknown resolution becomes 400. When skipPoly is 1, the polygon section after a native header is
+ * read over.
+ */
+RLE_API RleFile* rleReadHeader(RleFile* file, int32_t skipPoly);
+
+/* Writes one row. 1, or 0 at the first write that fails. */
+RLE_API int32_t rleWriteLine(RleFile* file, RleLine* line);
+
+/* Writes `n` rows; returns how many were written before one failed. */
+RLE_API int32_t rleWriteLines(RleFile* file, RleLine** rows, int32_t n);
+
+/* Writes all rows of an image. 1, or 0 at the first write that fails. */
+RLE_API int32_t rleWriteRect(RleFile* file, RleRect* rect);
+
+/* Reads one row; null when that fails. A row without runs has no buffer. */
+RLE_API RleLine* rleReadLine(RleFile* file);
+
+/* A new array of `n` rows read, or null; above 65535 always null. Released with rleFreeLines. */
+RLE_API RleLine** rleReadLines(RleFile* file, uint32_t n);
+
+/*
+ * A new image with `height` rows read, or null. Width and height are 16 bits; the resolution is
+ * the context's as it is, 0 too.
+ */
+RLE_API RleRect* rleReadRect(RleFile* file, int32_t width, int32_t height);
+
+/*
+ * Writes a vertex count and the vertices. 1, or 0 at the first write that fails, and when `points`
+ * is null though `count` is not 0.
+ */
+RLE_API int32_t rleWritePolyLine(RleFile* file, uint32_t count, RlePoint* points);
+
+/*
+ * A new vertex array read, released with rleFreePoints, or null. Stores the number of vertices in
+ * *countOut, unless that is null, when all went well. Memory grows with the vertices that arrive.
+ */
+RLE_API RlePoint* rleReadPolyLine(RleFile* file, uint32_t* countOut);
+
+/* Writes a fill rule. 1 or 0. */
+RLE_API int32_t rleWriteFillRule(RleFile* file, int32_t rule);
+
+/* The fill rule read, 0 or 1; -1 when that fails and for any other value. */
+RLE_API int32_t rleReadFillRule(RleFile* file);
+
+/* Writes a region's polygon section and the rows of its image. 1, or 0 as rleUnloadPoly. */
+RLE_API int32_t rleWritePoly(RleFile* file, RlePoly* poly);
+
+/* A new region, without a mask, from a polygon section and `height` rows; or null. */
+RLE_API RlePoly* rleReadPoly(RleFile* file, int32_t width, int32_t height);
+/* ---- Analysis -------------------------------------------------------------------------------- */
+
+/*
+ * The connected component of black pixels that contains column x of row y (both 16 bits), as a new
+ * image cropped to it. Pixels that touch only at a corner are connected. The new image has the
+ * resolution of `image`, 200 where that is 0, and tag 0. `left` and `top`, which may be null,
+ * receive the column and row of `image` where its upper left corner lies.
+ *
+ * Null, with `left` and `top` untouched, when the pixel is white or lies outside the image, or when
+ * memory ran out. `image` does not change. Time and memory follow the runs of the component, not
+ * the size of the image. In rows that are not valid some runs may be missed; the new image is
+ * valid all the same.
+ */
+RLE_API RleRect* rleConnected(RleRect* image, int32_t x, int32_t y, uint16_t* left, uint16_t* top);
+
+/*
+ * Finds the black pixel nearest to column x of row y, which may lie outside the image, and stores
+ * its column and row through `foundX` and `foundY`, which may be null. x, y and r are 16 bits. Of
+ * equally near pixels the uppermost is taken, then the leftmost.
+ *
+ * The search covers rows y - r to y + r - 1, and in each the runs whose `end` is at least x - r and
+ * whose `start` is at most x + r; so it finds pixels from column x - r - 1 to x + r, and with r 0
+ * none at all.
+ *
+ * 1 when there is such a pixel; otherwise 0, with nothing stored. `image` does not change.
+ */
+RLE_API int32_t rleClosest(RleRect* image, int32_t x, int32_t y, int32_t r, uint16_t* foundX,
+                           uint16_t* foundY);
 /* ---- Transforms ------------------------------------------------------------------------------ */
 
 /*
@@ -370,6 +686,41 @@ RLE_API RleRect* rleRotateRect(RleRect* rect, double angle, double* cornerX, dou
 RLE_API RlePoly* rleRotatePoly(RlePoly* poly, double angle, double* cornerX, double* cornerY);
 
 /* ---- Group 4 --------------------------------------------------------------------------------- */
+
+/*
+ * CCITT Group 4 data (ITU-T T.6): two-dimensional coding without an EOL per row, closed by an EOFB.
+ * `lsbFirst` is 0 when the first bit of a byte is its most significant one (TIFF FillOrder 1) and
+ * anything else when it is the least significant one (FillOrder 2).
+ */
+
+/*
+ * The image of `width` x `height` pixels that is decoded from the stream's position on, or null.
+ * The resolution is 16 bits, 0 stands for 200 dots per inch.
+ *
+ * Decoding goes on to the second EOL, wherever it comes. Rows that the data does not reach, or does
+ * not finish, stay empty; rows beyond the height are decoded and dropped. Bytes are read with
+ * getByte alone, one at a time, none beyond the last bit of that EOL. What damaged data puts beyond
+ * the width is clipped, so every row is valid.
+ *
+ * Null without reading anything when a size is negative or above 65535; null also when the data
+ * ends before the second EOL, holds a code that stands for nothing, or comes to 51600 colour
+ * changes in one row, and when memory runs out.
+ */
+RLE_API RleRect* rleLoadRectFromCCITTG4(RleStream* stream, int32_t width, int32_t height,
+                                        int32_t resolution, int32_t lsbFirst);
+
+/*
+ * Writes all rows and an EOFB, least significant bit first, with putByte alone. 1 on success, -1
+ * when a row has more than 25800 separate runs, -2 as soon as putByte answers -1; what was written
+ * stays.
+ *
+ * Rows need not be valid. Empty runs are skipped; a run that touches or overlaps the one before it
+ * is joined to it, and the earlier run's end is raised in the image too, when its row's turn comes;
+ * a run that overlaps the one before it and starts to the left of it is ignored; what lies beyond
+ * the width is clipped. Valid rows are coded without allocating memory; for others some is needed,
+ * and -1 is also the answer when there is none.
+ */
+RLE_API int32_t rleUnloadRectFromCCITTG4(RleStream* stream, RleRect* rect);
 
 /* ---- One-strip TIFF -------------------------------------------------------------------------- */
 

@@ -18,8 +18,6 @@ uint32_t rleRunAllocMaxExtra = 40;
 namespace rle {
 namespace {
 
-constexpr uint32_t kFactorBits = 15;
-
 size_t blockBytes(uint32_t capacity) {
   return sizeof(uint32_t) + size_t{capacity} * sizeof(RleRun);
 }
@@ -39,20 +37,32 @@ uint32_t roomFor(uint32_t count) {
 
 }  // namespace
 
-uint32_t extraSlots(uint32_t count) {
-  const uint32_t extra = (count * rleRunAllocFactor) >> kFactorBits;
-  // The lower bound goes first: with bounds that cross, small buffers still get the minimum.
-  if (extra < rleRunAllocMinExtra) return rleRunAllocMinExtra;
-  return extra > rleRunAllocMaxExtra ? rleRunAllocMaxExtra : extra;
+RleRun* resizeRuns(RleRun* runs, uint32_t capacity) {
+  if (runs == nullptr) return firstRun(std::calloc(1, blockBytes(capacity)), capacity);
+  return firstRun(std::realloc(&capacityOf(runs), blockBytes(capacity)), capacity);
+}
+
+void CapacityPlan::fitRising(uint32_t from, uint32_t to) {
+  // Once the buffer is refitted, it is refitted for every greater count, so the last one decides;
+  // unless the bounds cross and refitted buffers have more to spare than makes them stay.
+  if (rleRunAllocMinExtra <= rleRunAllocMaxExtra) from = std::max(from, to);
+  for (; from <= to; ++from) fit(from);
+}
+
+bool CapacityPlan::carryOut(RleRun*& runs, uint32_t count) const {
+  const int64_t capacity = keptBelow_ + rleRunAllocMaxExtra;
+  if (!fitted_ || (runs != nullptr && capacityOf(runs) == capacity)) return true;
+  RleRun* const resized = capacity > UINT32_MAX ? nullptr : resizeRuns(runs, uint32_t(capacity));
+  if (resized == nullptr) return runs != nullptr && capacityOf(runs) >= count;
+  runs = resized;
+  return true;
 }
 
 }  // namespace rle
 
 extern "C" RleRun* rleAllocRuns(uint32_t count) {
-  const uint32_t n = count == 0 ? 1 : count;
-  const uint32_t capacity = rle::roomFor(n);
-  if (capacity == 0) return nullptr;
-  return rle::firstRun(std::calloc(1, rle::blockBytes(capacity)), capacity);
+  const uint32_t capacity = rle::roomFor(count == 0 ? 1 : count);
+  return capacity == 0 ? nullptr : rle::resizeRuns(nullptr, capacity);
 }
 
 extern "C" RleRun* rleReAllocRuns(RleRun* runs, uint32_t count) {
@@ -60,8 +70,7 @@ extern "C" RleRun* rleReAllocRuns(RleRun* runs, uint32_t count) {
   const uint32_t held = rle::capacityOf(runs);
   if (held >= count && held - count > rleRunAllocMaxExtra) return runs;
   const uint32_t capacity = rle::roomFor(count);
-  if (capacity < count) return nullptr;
-  return rle::firstRun(std::realloc(&rle::capacityOf(runs), rle::blockBytes(capacity)), capacity);
+  return capacity < count ? nullptr : rle::resizeRuns(runs, capacity);
 }
 
 extern "C" void rleFreeRuns(RleRun* runs) { std::free(&rle::capacityOf(runs)); }

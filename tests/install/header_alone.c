@@ -1,0 +1,5 @@
+/* The public header needs no other one. */
+
+#include "rle.h"
+
+const uint32_t* rleHeaderAlone(void) { return &rleRunAllocFactor; }

@@ -1,0 +1,25 @@
+// Group 4 decoding and encoding step by step, as T.6 describes them: bits one at a time through the
+// code trees, lists of changing elements, the reference scanned forward and stepped back.
+
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "rle.h"
+
+namespace rle::test {
+
+struct Decoded {
+  bool complete = false;                    // the second EOL came
+  size_t bytesRead = 0;                     // one more than there are when the end was met
+  std::vector<std::vector<uint16_t>> rows;  // changing elements, in pairs
+};
+
+Decoded walkDecode(const std::vector<uint8_t>& bytes, int width, bool lsbFirst);
+
+// The bytes for an image whose rows are lists of [start, end) pairs, sorted and apart.
+std::vector<uint8_t> walkEncode(const std::vector<std::vector<uint16_t>>& rows, int width);
+
+}  // namespace rle::test

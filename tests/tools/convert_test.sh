@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# Every operation on small pictures, their order, and real pages through libtiff.
+# shellcheck source-path=SCRIPTDIR
+source "$(dirname "${BASH_SOURCE[0]}")/support.sh"
+
+page=(
+  "..####......"
+  "..#..#...##."
+  "..####...##."
+  "............"
+  "#..........#")
+group4_tiff page.tif "${page[@]}"
+group4_tiff stamp.tif "#.#" ".#."
+group4_tiff half.tif "######......" "######......" "######......" "######......" "######......"
+
+# converts OPTIONS... -- PICTURE...
+converts() {
+  local options=()
+  while [[ $1 != -- ]]; do
+    options+=("$1")
+    shift
+  done
+  shift
+  "$RLE" convert page.tif out.tif "${options[@]}" || fail "${options[*]}"
+  expect_picture out.tif "$@"
+}
+
+converts -- "${page[@]}"
+converts --blank 3,0,9,1 -- "..#........." "..#.......#." "${page[@]:2}"
+converts --fill 10,3,99,99 -- "${page[@]:0:3}" "..........##" "#.........##"
+converts --fill -5,-5,0,0 -- "#.####......" "${page[@]:1}"
+converts --frame 1 -- "############" "#.#..#...###" "#.####...###" "#..........#" "############"
+converts --frame 65535 -- "############" "############" "############" "############" "############"
+converts --crop 2,1,6,3 -- "#..#." "####." "....."
+converts --crop -1,-1,2,0 -- "...." "...#"
+converts --merge stamp.tif,-1,0,replace -- ".#####......" "#.#..#...##." "${page[@]:2}"
+converts --merge stamp.tif,8,2,set -- "${page[@]:0:2}" "..####..###." ".........#.." "#..........#"
+converts --merge stamp.tif,3,0,clear -- "..#.#......." "..#..#...##." "${page[@]:2}"
+converts --merge stamp.tif,4,1,2 -- "..####......" "..#..#...##." "..###....##." "${page[@]:3}"
+converts --mask half.tif -- "..####......" "..#..#......" "..####......" "............" "#..........."
+# The tile starts at column 0 of the page and at the first row of the rectangle.
+converts --pattern stamp.tif,1,3,7,4,replace -- "${page[@]:0:3}" "..##.##....." "##..#..#...#"
+converts --pattern stamp.tif,0,1,11,1,clear -- "..####......" "..........#." "${page[@]:2}"
+converts --pattern stamp.tif,6,0,8,1,set -- "..#####.#..." "..#..#.#.##." "${page[@]:2}"
+
+# Order counts, and an operation may come more than once.
+converts --fill 0,0,3,0 --blank 2,0,5,0 -- "##.........." "${page[@]:1}"
+converts --blank 2,0,5,0 --fill 0,0,3,0 -- "####........" "${page[@]:1}"
+converts --crop 2,0,5,1 --frame 1 --crop 0,0,4,2 --fill 4,2,4,2 -- "####." "####." "....#"
+
+# File names may hold commas and spaces; a page may be written over itself and keeps its mode.
+cp stamp.tif "a, b.tif"
+cp page.tif self.tif
+chmod 640 self.tif
+ln -s self.tif link.tif
+"$RLE" convert link.tif link.tif --merge "a, b.tif,0,3,set" --set-dpi 123
+expect_picture self.tif "${page[@]:0:3}" "#.#........." "##.........#"
+[[ -L link.tif && $(stat -c %a self.tif) == 640 ]] || fail "link or mode lost"
+tiffinfo self.tif | grep -q "Resolution: 123, 123 pixels/inch" || fail "resolution not set"
+(umask 027 && "$RLE" convert page.tif masked.tif)
+[[ $(stat -c %a masked.tif) == 640 ]] || fail "umask not respected"
+
+# A whole page that another program encoded, in both bit orders.
+for order in lsb2msb msb2lsb; do
+  tiffcp -c g4 -r 9999 -f $order "$root/docs/page/page.tif" in.tif
+  "$RLE" convert in.tif out.tif
+  tiffcmp -t in.tif out.tif >/dev/null || fail "$order: pixels changed"
+done
+"$RLE" convert in.tif out.tif --fill 2470,3500,2470,3500
+if tiffcmp -t in.tif out.tif >/dev/null; then fail "a pixel of the margin was to change"; fi

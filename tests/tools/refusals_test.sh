@@ -1,0 +1,96 @@
+#!/usr/bin/env bash
+# What cannot be read, treated or written ends with one line that names the file, with status 1,
+# and leaves an existing output as it was and nothing beside it.
+# shellcheck source-path=SCRIPTDIR
+source "$(dirname "${BASH_SOURCE[0]}")/support.sh"
+
+page=$root/docs/page/page.tif
+group4_tiff small.tif "..##" "####"
+mkdir in out
+echo "precious" >out/out.tif
+
+# refuses STATUS REASON ARGUMENTS...: the reason is what the line must contain.
+refuses() {
+  local wanted=$1 reason=$2 status=0
+  shift 2
+  "$RLE" "$@" >stdout 2>stderr || status=$?
+  ((status == wanted)) || fail "$*: status $status: $(cat stderr)"
+  [[ ! -s stdout ]] || fail "$*: wrote to standard output"
+  [[ $(wc -l <stderr) == 1 && $(cat stderr) == "rle: "*"$reason"* ]] ||
+    fail "$*: $(cat stderr)"
+  [[ $(cat out/out.tif) == precious && $(ls -A out) == out.tif ]] || fail "$*: output touched"
+}
+
+refuses_file() { # REASON FILE
+  refuses 1 "$2: $1" convert "$2" out/out.tif
+  refuses 1 "$2: $1" info "$2"
+}
+
+: >in/empty.tif
+echo "not a picture at all, just text" >in/text.tif
+tiffcp -c g4 -r 16 "$page" in/strips.tif
+tiffcp -c lzw "$page" in/lzw.tif
+tiffcp -c none "$page" in/none.tif
+tiffcp -c g3 "$page" in/g3.tif
+tiffcp -t -c g4 "$page" in/tiles.tif
+tiffcp -8 -c g4 -r 9999 small.tif in/big.tif
+tiffcp -c g4 -r 9999 small.tif small.tif in/pages.tif
+cp small.tif in/black0.tif && tiffset -s 262 1 in/black0.tif
+cp small.tif in/bits.tif && tiffset -s 258 8 in/bits.tif
+refuses_file "No such file or directory" in/missing.tif
+refuses_file "is a directory" in
+refuses_file "is not a regular file" /dev/null
+refuses_file "is not a TIFF file" in/empty.tif
+refuses_file "is not a TIFF file" in/text.tif
+refuses_file "has several strips" in/strips.tif
+refuses_file "is compressed with LZW" in/lzw.tif
+refuses_file "is not compressed" in/none.tif
+refuses_file "is compressed with CCITT Group 3" in/g3.tif
+refuses_file "is stored in tiles" in/tiles.tif
+refuses_file "is a BigTIFF file" in/big.tif
+refuses_file "has several pages" in/pages.tif
+refuses_file "has photometric interpretation 1" in/black0.tif
+refuses_file "has more than one bit a pixel" in/bits.tif
+# Cut anywhere, the page is refused: in the header, the directory, the strip, its end mark. The
+# directory stands before the strip.
+for size in 3 7 9 100 255 313 314 500 60000 "$(($(stat -c %s "$page") - 1))"; do
+  head -c "$size" "$page" >in/cut.tif
+  refuses_file "" in/cut.tif
+done
+# 64 bytes of Group 4 data overwritten by zeros.
+cp "$page" in/damaged.tif
+dd if=/dev/zero of=in/damaged.tif bs=1 seek=50000 count=64 conv=notrunc status=none
+refuses_file "the Group 4 data is damaged" in/damaged.tif
+
+refuses_operation() { # STATUS REASON OPTION VALUE
+  refuses "$1" "$3 $4: $2" convert "$page" out/out.tif "$3" "$4"
+}
+refuses_operation 1 "the rectangle misses the page of 2479 x 3508 pixels" --crop 2479,0,2500,10
+refuses_operation 1 "the rectangle misses" --blank 0,-9,10,-1
+refuses_operation 1 "the picture of 4 x 2 pixels misses" --merge small.tif,-4,0,set
+refuses_operation 1 "the mask has 4 x 2 pixels, the page 2479 x 3508" --mask small.tif
+refuses_operation 2 "a page is at most 65535 pixels" --crop -2147483648,0,2147483647,10
+refuses_operation 2 "X1,Y1 must not lie right of" --fill 5,0,4,0
+refuses_operation 2 "4 values between commas" --fill 5,0,4
+refuses_operation 2 "'1,5' is not a whole number" --fill 1,5,0,9,9
+refuses_operation 2 "'' is not a whole number" --fill 1,,9,9
+refuses_operation 2 "'9x' is not a whole number" --crop 0,0,9x,9
+refuses_operation 2 "99999999999 is out of range" --blank 0,0,99999999999,1
+refuses_operation 2 "0 is out of range" --frame 0
+refuses_operation 2 "65536 is out of range" --set-dpi 65536
+refuses_operation 2 "'xor' is not a mode" --merge small.tif,0,0,xor
+refuses_operation 2 "the file name is missing" --pattern ,0,0,1,1,set
+refuses 1 "nowhere.tif: No such file" convert "$page" out/out.tif --merge nowhere.tif,0,0,set
+refuses 1 "out.png: only files named .tif or .tiff" convert "$page" out/out.png
+refuses 1 "out: is a directory" convert "$page" out
+refuses 1 "/dev/full: is not a regular file" convert "$page" /dev/full
+refuses 1 "nowhere/a.tif: cannot be created: No such file" convert "$page" nowhere/a.tif
+refuses 2 "" convert "$page"
+refuses 2 "" convert "$page" out/out.tif --turn 1
+refuses 2 "" shrink "$page"
+refuses 2 "" info
+(
+  ulimit -f 40 # no file may grow beyond 40 KiB: the disk is full
+  trap '' XFSZ
+  refuses 1 "out/out.tif: cannot be written" convert "$page" out/out.tif
+)
