@@ -47,7 +47,7 @@ void RunLists::copyTo(uint32_t list, RleRun* out) const {
   const List& l = lists_[list];
   if (l.end == kNoRun) return;
   RleRun* place = out + count(list) - 1;
-  putRun(place, l.start, l.end);
+  *place = {uint16_t(l.start), uint16_t(l.end)};
   const RleRun* end = l.next;
   for (const Block* block = blockOf(end); block != &none_; block = block->older) {
     if (block != blockOf(l.next)) end = block->runs.data() + kBlockRuns;

@@ -18,10 +18,8 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "rle.h"
 #include "transform/heap_array.h"
@@ -51,11 +49,11 @@ class RunLists {
     const int32_t newestStart = l.start;
     const int32_t newestEnd = l.end;
     RleRun* next = l.next;
-    putRun(next, newestStart, newestEnd);
-    const bool gap = start > newestEnd;
-    next += gap ? 1 : 0;
+    *next = {uint16_t(newestStart), uint16_t(newestEnd)};
+    const int32_t gap = start > newestEnd;
+    next += gap;
     l.next = next;
-    l.start = gap ? start : newestStart;
+    l.start = newestStart + ((start - newestStart) & -gap);
     l.end = std::max(newestEnd, end);
     if (reinterpret_cast<uintptr_t>(next) % kBlockBytes == 0) startBlock(l);
   }
@@ -90,15 +88,6 @@ class RunLists {
     Slab* next;
     std::byte room[(kSlabBlocks + 1) * kBlockBytes];  // for kSlabBlocks, once aligned
   };
-
-  // Stores a run as one word: the place where most of a rotation's stores go.
-  static void putRun(RleRun* place, int32_t start, int32_t end) {
-    constexpr bool kStartIsLow = std::endian::native == std::endian::little;
-    const uint32_t low = uint16_t(kStartIsLow ? start : end);
-    const uint32_t high = uint16_t(kStartIsLow ? end : start);
-    const uint32_t word = high << 16 | low;
-    std::memcpy(place, &word, sizeof word);
-  }
 
   static Block* blockOf(const RleRun* run) {
     return reinterpret_cast<Block*>(reinterpret_cast<uintptr_t>(run) & ~(kBlockBytes - 1));
