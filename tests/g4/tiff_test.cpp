@@ -2,9 +2,7 @@
 // every stream operation failing in turn.
 
 #include <gtest/gtest.h>
-#include <tiffio.h>
 
-#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
@@ -138,29 +136,6 @@ TEST(TiffHeader, EndsAtTheFirstFailure) {
   failsEverywhere([](RleStream* s) { return rleReWriteByteCountOfTiffTag(s, 7); });
 }
 
-TEST(TiffHeader, IsReadByLibtiff) {
-  ByteStream stream;
-  ASSERT_EQ(rleWriteTiffHeader(&stream, 8, 2, 300, 4, 1), 1);
-  // Two rows of V0 and an EOFB, low bits first: 1 1 000000000001 000000000001
-  stream.bytes.insert(stream.bytes.end(), {0b00000011, 0b00100000, 0b00000000, 0b00000010});
-  ASSERT_EQ(rleReWriteByteCountOfTiffTag(&stream, 4), 1);
-  const std::string path = testing::TempDir() + "rle_tiff_header.tif";
-  std::ofstream(path).write(reinterpret_cast<char*>(stream.bytes.data()), 190);
-  TIFF* tiff = TIFFOpen(path.c_str(), "r");
-  ASSERT_NE(tiff, nullptr);
-  uint32_t height = 0;
-  float resolution = 0;
-  uint8_t row = 0xFF;
-  TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
-  TIFFGetField(tiff, TIFFTAG_YRESOLUTION, &resolution);
-  EXPECT_EQ((Facts{height, uint32_t(resolution), uint32_t(TIFFScanlineSize(tiff))}),
-            (Facts{2, 300, 1}));
-  for (uint32_t y = 0; y < 2; ++y) EXPECT_EQ(TIFFReadScanline(tiff, &row, y), 1);
-  EXPECT_EQ(row, 0);
-  TIFFClose(tiff);
-  std::remove(path.c_str());
-}
-
 TEST(TiffReader, AcceptsOneStripOfGroup4) {
   using Cases = std::vector<std::pair<uint32_t, Entry>>;
   const Cases accepted = {
@@ -224,30 +199,6 @@ TEST(TiffReader, SurvivesWhatIsNoDirectory) {
     endless[4] = endless[5] = endless[6] = uint8_t(high);
     EXPECT_EQ(read(endless), Facts());
   }
-}
-
-// Operations 0 to 4 find the directory, 5 to 32 are the fields up to the rows per strip, 41 to 44
-// those of the planar configuration. A failure at its tag, or in the resolutions, hides only what a
-// file need not say.
-TEST(TiffReader, RefusesAStreamThatFails) {
-  ByteStream whole(file(kEntries));
-  ASSERT_EQ(rleReadOneStripTiffG4Info(&whole, nullptr), 1);
-  for (int64_t number = 0; number < whole.operations; ++number) {
-    ByteStream stream(whole.bytes);
-    stream.failAt = number;
-    const bool refused =
-        number <= 32 || (number >= 42 && number <= 44) || number == whole.operations - 1;
-    EXPECT_EQ(rleReadOneStripTiffG4Info(&stream, nullptr), refused ? 0 : 1) << number;
-  }
-}
-
-// The magic is looked for where the stream stands, but offsets count from the start of the stream.
-TEST(TiffReader, CountsOffsetsFromTheStartOfTheStream) {
-  ByteStream stream(file(kEntries));
-  const auto size = stream.position = stream.bytes.size();
-  stream.bytes.insert(stream.bytes.end(), {'M', 'M', 0, 42, 0, 0, 0, 24});
-  EXPECT_EQ(rleReadOneStripTiffG4Info(&stream, nullptr), 1);
-  EXPECT_EQ(stream.position, size);
 }
 
 }  // namespace
