@@ -28,6 +28,7 @@
 #include <span>
 
 #include "model/owners.h"
+#include "model/runs.h"
 #include "rle.h"
 #include "transform/heap_array.h"
 #include "transform/joining_writer.h"
@@ -272,21 +273,6 @@ bool gatherSteep(const Geometry& g, const RleRect& source, const RleRect& result
   return true;
 }
 
-// A buffer for `count` runs, of the size that a row's buffer has after being fitted to 1 run, 2
-// runs and so on. That is the size of a fresh one unless spare room counts as too much from the
-// start.
-RleRun* grownRuns(uint32_t count) {
-  if (rleRunAllocMinExtra <= rleRunAllocMaxExtra) return rleAllocRuns(count);
-  OwnedRuns runs(rleAllocRuns(1));
-  for (uint32_t n = 2; runs && n <= count; ++n) {
-    RleRun* const fitted = rleReAllocRuns(runs.get(), n);
-    if (fitted == nullptr) return nullptr;
-    static_cast<void>(runs.release());
-    runs.reset(fitted);
-  }
-  return runs.release();
-}
-
 // Where the top left corner of the source lies in the result.
 void storeCorner(const Geometry& g, double sourceWidth, double& x, double& y) {
   const double alongX = std::abs(g.angle.c) * sourceWidth;
@@ -332,8 +318,9 @@ extern "C" RleRect* rleRotateRect(RleRect* rect, double angle, double* cornerX, 
     const uint32_t count = rows.count(y);
     if (count == 0) continue;
     RleLine& row = *result->rows[y];
-    row.runs = rle::grownRuns(count);
-    if (row.runs == nullptr) continue;
+    rle::CapacityPlan plan(row.runs);  // as if the runs had been set one after the other
+    plan.fitRising(1, count);
+    if (!plan.carryOut(row.runs, count)) continue;
     row.count = uint16_t(count);
     rows.copyTo(y, row.runs);
   }

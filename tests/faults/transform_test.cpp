@@ -25,6 +25,35 @@ TEST(AllocationFaults, LeaveAnImageAsItWasWhenATurnFails) {
   EXPECT_EQ(allocationsAlive(), before);
 }
 
+TEST(AllocationFaults, LeaveAValidImageOrNoneWhenARotationFails) {
+  std::mt19937 random(43);
+  const Pixels pixels = randomPixels(random, 60, 50);
+  const int64_t before = allocationsAlive();
+  {
+    const OwnedPoly poly(rleAllocPoly());
+    poly->image = pixels.toRect().release();
+    double x;
+    double y;
+    for (const double angle : {20.0, 70.0, 90.0}) {
+      OwnedRect turned;
+      failEveryAllocation([&] { turned.reset(rleRotateRect(poly->image, angle, &x, &y)); },
+                          [&](bool failed) {
+                            EXPECT_TRUE(failed || turned);
+                            EXPECT_TRUE(!turned || rleCheckRect(turned.get()) == 1);
+                            EXPECT_TRUE(turned || x + y == 0);
+                          });
+      OwnedPoly region;
+      failEveryAllocation([&] { region.reset(rleRotatePoly(poly.get(), angle, &x, &y)); },
+                          [&](bool failed) {
+                            EXPECT_TRUE(failed || region);
+                            EXPECT_TRUE(!region || rleCheckRect(region->image) == 1);
+                          });
+      EXPECT_EQ(Pixels(poly->image), pixels);
+    }
+  }
+  EXPECT_EQ(allocationsAlive(), before);
+}
+
 TEST(AllocationFaults, LeaveAnImageAsItWasWhenScalingFails) {
   std::mt19937 random(36);
   const Pixels pixels = randomPixels(random, 40, 30);
