@@ -4,9 +4,9 @@
 #include <leptonica/allheaders.h>
 
 #include <cstring>
-#include <numbers>
 #include <functional>
 #include <memory>
+#include <numbers>
 #include <string>
 
 #include "compare.h"
@@ -108,11 +108,11 @@ void addRotations(const Page& page, const std::shared_ptr<Pix>& pix, bool sheet)
             {leptonica(
                 "pixRotateBySampling", pix,
                 [degrees = degrees](Pix* p) {
-                  const OwnedPix wide(
-                      pixEmbedForRotation(p, float(degrees * std::numbers::pi / 180), L_BRING_IN_WHITE, 0, 0));
-                  return pixRotateBySampling(wide.get(), pixGetWidth(wide.get()) / 2,
-                                             pixGetHeight(wide.get()) / 2,
-                                             float(-degrees * std::numbers::pi / 180), L_BRING_IN_WHITE);
+                  const OwnedPix wide(pixEmbedForRotation(
+                      p, float(degrees * std::numbers::pi / 180), L_BRING_IN_WHITE, 0, 0));
+                  return pixRotateBySampling(
+                      wide.get(), pixGetWidth(wide.get()) / 2, pixGetHeight(wide.get()) / 2,
+                      float(-degrees * std::numbers::pi / 180), L_BRING_IN_WHITE);
                 },
                 aim)});
 }

@@ -62,20 +62,5 @@ TEST(Closest, ReachesTheEdgesOfSixteenBits) {
         EXPECT_EQ(closest(rect, x, y, r), scan(*rect, x, y, r)) << x << ' ' << y << ' ' << r;
 }
 
-TEST(Closest, KeepsToItsSearchAreaAndPrefersUpperRows) {
-  const OwnedRect rect = image({"#####................",  //
-                                "..........##########.",  //
-                                "..........##########."});
-  EXPECT_EQ(closest(rect, 12, 1, 0), kNothing);          // no row at all
-  EXPECT_EQ(closest(rect, 7, 1, 5), Answer(1, 10, 1));   // 9 away; column 4 of the row above is 10
-  EXPECT_EQ(closest(rect, 12, 0, 1), kNothing);          // row y + r is not searched
-  EXPECT_EQ(closest(rect, 22, 1, 2), Answer(1, 19, 1));  // the run ends at x - r
-  EXPECT_EQ(closest(rect, 23, 1, 2), kNothing);
-  rleClearLine(rect->rows[1], 12, 12);
-  EXPECT_EQ(closest(rect, 12, 1, 5), Answer(1, 11, 1));  // of three at distance 1
-  rleSetLine(rect->rows[0], 12, 12);
-  EXPECT_EQ(closest(rect, 12, 1, 5), Answer(1, 12, 0));  // of four
-}
-
 }  // namespace
 }  // namespace rle::test

@@ -1,4 +1,4 @@
-// Memory that runs out while regions are copied, cut and pasted.
+// Memory that runs out while regions are copied, cut, pasted and painted.
 
 #include <gtest/gtest.h>
 
@@ -9,63 +9,58 @@
 namespace rle::test {
 namespace {
 
-TEST(RegionFaults, LeaveTheSourceWholeOrGiveTheWholePiece) {
+using Rows = std::vector<std::string>;
+
+// act(target) with every allocation failing in turn, on fresh targets without room to spare.
+template <class Act, class Check>
+void failEach(const Rows& rows, Act act, Check check) {
   const int64_t before = allocationsAlive();
-  {
-    const std::vector<std::string> whole = {"#.##", ".##.", "####"}, middle = {".#", "##", "##"};
-    OwnedRect source, piece;
-    for (const auto action : {rleCopyRect, rleCutRect}) {
-      bool failed = true;
-      for (int64_t number = 0; failed; ++number) {
-        source = image(whole);
-        for (int y = 0; y < 3; ++y)  // no room to spare, so that splitting a run must grow
-          source->rows[y]->runs = resizeRuns(source->rows[y]->runs, source->rows[y]->count);
-        failAllocation(number);
-        piece.reset(action(source.get(), 1, 0, 2, 2));
-        failed = allocationsAsked() > number;
-        failAllocation(-1);
-        EXPECT_EQ(rleCheckRect(source.get()), 1);
-        if (piece)
-          EXPECT_EQ(picture(piece.get()), middle);
-        else
-          EXPECT_EQ(picture(source.get()), whole);
-        EXPECT_TRUE(piece || failed);
-      }
-    }
-    EXPECT_EQ(picture(source.get()), (std::vector<std::string>{"#..#", "....", "#..#"}));
+  bool failed = true;
+  for (int64_t number = 0; failed; ++number) {
+    const OwnedRect target = image(rows);
+    for (int y = 0; y < target->height; ++y)
+      target->rows[y]->runs = resizeRuns(target->rows[y]->runs, target->rows[y]->count);
+    failAllocation(number);
+    const OwnedRect made(act(target.get()));
+    failed = allocationsAsked() > number;
+    failAllocation(-1);
+    EXPECT_EQ(rleCheckRect(target.get()), 1);
+    check(target.get(), made.get(), failed);
   }
   EXPECT_EQ(allocationsAlive(), before);
 }
 
-TEST(RegionFaults, LeaveEveryRowOfATargetValid) {
-  const int64_t before = allocationsAlive();
-  {
-    const OwnedRect source = image({"#.#.#.#.#.#.#.#.", "................", "###.....########"});
-    for (int mode = 0; mode < 6; ++mode) {
-      bool failed = true;
-      for (int64_t number = 0; failed; ++number) {
-        const OwnedRect target =
-            image({"..##..##..##..##", "################", "#..............."});
-        const auto original = picture(target.get());
-        failAllocation(number);
-        if (mode < 3) rleMergeRect(target.get(), 0, 0, source.get(), mode);
-        if (mode == 3) rleMaskRect(target.get(), source.get(), 0);
-        if (mode > 3) rleFillRect(target.get(), 1, 0, 9, 2, -1, source.get(), mode - 4);
-        failed = allocationsAsked() > number;
-        failAllocation(-1);
-        EXPECT_EQ(rleCheckRect(target.get()), 1);
-        const OwnedRect complete = image(original);
-        if (mode < 3) rleMergeRect(complete.get(), 0, 0, source.get(), mode);
-        if (mode == 3) rleMaskRect(complete.get(), source.get(), 0);
-        if (mode > 3) rleFillRect(complete.get(), 1, 0, 9, 2, -1, source.get(), mode - 4);
-        for (size_t y = 0; y < 3; ++y) {
-          const std::string row = picture(target.get())[y];
-          EXPECT_TRUE(row == picture(complete.get())[y] || (failed && row == original[y]));
-        }
-      }
-    }
+TEST(RegionFaults, LeaveTheSourceWholeOrGiveTheWholePiece) {
+  const Rows whole = {"#.##", ".##.", "####"}, middle = {".#", "##", "##"};
+  failEach(
+      whole, [](RleRect* source) { return rleCutRect(source, 1, 0, 2, 2); },
+      [&](RleRect* source, RleRect* piece, bool failed) {
+        EXPECT_EQ(picture(piece != nullptr ? piece : source), piece != nullptr ? middle : whole);
+        EXPECT_TRUE(failed || picture(source) == (Rows{"#..#", "....", "#..#"}));
+      });
+}
+
+TEST(RegionFaults, LeaveEveryRowOfATargetAsItWasOrAsItShouldBe) {
+  std::string stripes;
+  for (int i = 0; i < 200; ++i) stripes += "#.#..";  // more than fits the storage on the stack
+  const OwnedRect source = image({stripes, std::string(1000, '.'), stripes});
+  const Rows before = {std::string(1000, '.'), std::string(1000, '#'), std::string(999, '.') + '#'};
+  for (int mode = 0; mode < 6; ++mode) {
+    const auto act = [&](RleRect* target) -> RleRect* {
+      if (mode < 3) rleMergeRect(target, 1, 0, source.get(), mode);
+      if (mode == 3) rleMaskRect(target, source.get(), 1);
+      if (mode > 3) rleFillRect(target, 1, 0, 990, 2, -1, source.get(), mode - 4);
+      return nullptr;
+    };
+    const OwnedRect complete = image(before);
+    act(complete.get());
+    const Rows after = picture(complete.get());
+    failEach(before, act, [&](RleRect* target, RleRect*, bool failed) {
+      const Rows now = picture(target);
+      for (size_t y = 0; y < 3; ++y)
+        EXPECT_TRUE(now[y] == after[y] || (failed && now[y] == before[y]));
+    });
   }
-  EXPECT_EQ(allocationsAlive(), before);
 }
 
 }  // namespace

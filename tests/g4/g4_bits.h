@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include <random>
 #include <string>
 #include <vector>
 
@@ -15,15 +14,10 @@ constexpr const char* kEofb = "000000000001 000000000001";
 // Bytes from bits in the order of transmission; blanks only separate codes.
 std::vector<uint8_t> bytesOf(const std::string& bits, bool lsbFirst);
 
-// The same bits in bytes of the other order.
-std::vector<uint8_t> reversed(std::vector<uint8_t> bytes);
+// What the library writes for an image, checked to be the bytes put and nothing else.
+std::vector<uint8_t> encode(RleRect* rect, int32_t expected = 1);
 
-// Decodes and compares result, runs, capacities and bytes read with the walk. Says what differs;
-// empty when nothing does.
-std::string differenceFromWalk(const std::vector<uint8_t>& bytes, int width, int height,
-                               bool lsbFirst);
-
-// Rows of changing elements.
-std::vector<std::vector<uint16_t>> elementsOf(const RleRect* rect);
+// Whether result, runs, capacities and bytes read are those of the walk.
+bool decodesAsTheWalk(const std::vector<uint8_t>& bytes, int width, int height, bool lsbFirst);
 
 }  // namespace rle::test

@@ -12,6 +12,8 @@ namespace {
 using g4::Mode;
 using g4::Word;
 
+using Elements = std::vector<uint16_t>;
+
 constexpr size_t kBuffer = 51600;
 
 struct Node {
@@ -28,13 +30,6 @@ struct Node {
     at->leaf = number;
   }
 };
-
-Node modeTree() {
-  Node root;
-  int number = 0;
-  for (const auto& code : g4::kModeCodes) root.add(code.word, number++);
-  return root;
-}
 
 Node runTree(std::span<const Word> words) {
   Node root;
@@ -98,15 +93,9 @@ class Walk {
     colour_ = !colour_;
     if (!store()) return false;
     if (offset <= -2) {
-      if (consumed_ < 2) {
-        consumed_ = 0;
-        parity_ = false;
-        b1_ = -1;
-      } else {
-        b1_ = reference_[consumed_ - 2];
-        --consumed_;
-        parity_ = consumed_ % 2 != 0;
-      }
+      b1_ = consumed_ < 2 ? -1 : reference_[consumed_ - 2];
+      consumed_ = consumed_ < 2 ? 0 : consumed_ - 1;
+      parity_ = consumed_ % 2 != 0;
     }
     if (a0_ >= width_) endRow();
     return true;
@@ -142,7 +131,12 @@ class Walk {
   }
 
   bool step() {
-    static const Node tree = modeTree();
+    static const Node tree = [] {
+      Node root;
+      int number = 0;
+      for (const auto& code : g4::kModeCodes) root.add(code.word, number++);
+      return root;
+    }();
     const int number = leaf(tree);
     if (number < 0) return false;
     const auto& code = g4::kModeCodes[number];
@@ -168,122 +162,19 @@ class Walk {
   int width_;
   bool lsbFirst_;
   Decoded out_;
-  std::vector<uint16_t> reference_;
-  std::vector<uint16_t> coding_;
-  int a0_ = -1;
-  int b1_ = -1;
-  bool colour_ = false;
-  bool parity_ = false;
+  Elements reference_, coding_;
+  int a0_ = -1, b1_ = -1;
+  bool colour_ = false, parity_ = false;
   size_t consumed_ = 0;
   bool eolSeen_ = false;
   uint8_t byte_ = 0;
   int bitsLeft_ = 0;
 };
 
-class Encoding {
- public:
-  explicit Encoding(int width) : width_(width) {}
-
-  void row(const std::vector<uint16_t>& reference, const std::vector<uint16_t>& coding) {
-    reference_ = &reference;
-    a0_ = b1_ = b0_ = -1;
-    parity_ = false;
-    taken_ = 0;
-    bool colour = false;
-    size_t next = 0;
-    const auto nextElement = [&] {
-      return next < coding.size() ? std::min<int>(coding[next++], width_) : width_;
-    };
-    int a1 = 0;
-    do {
-      a1 = nextElement();
-      int b2 = findB(colour);
-      while (b2 < a1) {
-        put(g4::kPassWord);
-        a0_ = b2;
-        b2 = findB(colour);
-      }
-      const int d = a1 - b1_;
-      if (d >= -3 && d <= 3) {
-        put(g4::kVerticalWords[size_t(d + 3)]);
-        a0_ = a1;
-        colour = !colour;
-      } else {
-        put(g4::kHorizontalWord);
-        const int a2 = nextElement();
-        putRun(a1 - std::max(a0_, 0), colour);
-        putRun(a2 - a1, !colour);
-        a0_ = a1 = a2;
-      }
-    } while (a1 < width_);
-  }
-
-  std::vector<uint8_t> finish() {
-    put(g4::kEolWord);
-    put(g4::kEolWord);
-    return std::move(bytes_);
-  }
-
- private:
-  void put(Word word) {
-    for (int i = 0; i < word.length; ++i, ++bits_) {
-      if (bits_ % 8 == 0) bytes_.push_back(0);
-      bytes_.back() = uint8_t(bytes_.back() | (word.bits >> i & 1) << (bits_ % 8));
-    }
-  }
-
-  void putRun(int length, bool black) {
-    const g4::RunWords& words = g4::kRunWords[black ? 1 : 0];
-    for (; length > 2560; length -= 2560) put(words[103]);
-    if (length >= 64) put(words[size_t(63 + length / 64)]);
-    put(words[size_t(length % 64)]);
-  }
-
-  void takeReference() {
-    const bool real = taken_ < reference_->size();
-    if (!real && b1_ == width_) return;
-    b0_ = b1_;
-    b1_ = real ? std::min<int>((*reference_)[taken_++], width_) : width_;
-    parity_ = !parity_;
-  }
-
-  // Moves b1 to where it belongs for this a0; returns b2.
-  int findB(bool colour) {
-    if (b1_ > a0_ && b1_ != b0_) {
-      if (!(parity_ && taken_ == reference_->size())) --taken_;
-      b1_ = b0_;
-      parity_ = !parity_;
-    }
-    while (b1_ <= a0_) takeReference();
-    if (parity_ == colour) takeReference();
-    return taken_ < reference_->size() ? std::min<int>((*reference_)[taken_], width_) : width_;
-  }
-
-  int width_;
-  const std::vector<uint16_t>* reference_ = nullptr;
-  int a0_ = -1;
-  int b1_ = -1;
-  int b0_ = -1;
-  bool parity_ = false;
-  size_t taken_ = 0;
-  std::vector<uint8_t> bytes_;
-  size_t bits_ = 0;
-};
-
 }  // namespace
 
 Decoded walkDecode(const std::vector<uint8_t>& bytes, int width, bool lsbFirst) {
   return Walk(bytes, width, lsbFirst).run();
-}
-
-std::vector<uint8_t> walkEncode(const std::vector<std::vector<uint16_t>>& rows, int width) {
-  Encoding encoding(width);
-  std::vector<uint16_t> above;
-  for (const auto& row : rows) {
-    encoding.row(above, row);
-    above = row;
-  }
-  return encoding.finish();
 }
 
 }  // namespace rle::test

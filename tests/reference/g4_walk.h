@@ -1,4 +1,4 @@
-// Group 4 decoding and encoding step by step, as T.6 describes them: bits one at a time through the
+// Group 4 decoding step by step, as T.6 describes them: bits one at a time through the
 // code trees, lists of changing elements, the reference scanned forward and stepped back.
 
 #pragma once
@@ -18,8 +18,5 @@ struct Decoded {
 };
 
 Decoded walkDecode(const std::vector<uint8_t>& bytes, int width, bool lsbFirst);
-
-// The bytes for an image whose rows are lists of [start, end) pairs, sorted and apart.
-std::vector<uint8_t> walkEncode(const std::vector<std::vector<uint16_t>>& rows, int width);
 
 }  // namespace rle::test

@@ -115,24 +115,6 @@ TEST_P(Streams, DoWhatAVectorOfBytesDoes) {
   }
 }
 
-// Enough to fill the buffer of a file, or make memory grow, many times over.
-TEST_P(Streams, HoldWhatIsWrittenByteByByte) {
-  open({}, XIO_WRITE);
-  Bytes expected(300000);
-  for (size_t i = 0; i < expected.size(); ++i)
-    ops_->putByte(stream_, expected[i] = uint8_t(i * 7 / 3));
-  ops_->seek(stream_, 0, 0);
-  for (const uint8_t byte : expected) ASSERT_EQ(ops_->getByte(stream_), byte);
-  EXPECT_EQ(close(), expected);
-}
-
-TEST_P(Streams, StartEmptyAndBigEndianWhenWritten) {
-  open({1, 2, 3, 4, 5, 6, 7, 8, 9}, XIO_WRITE);
-  ops_->putWord16(stream_, 0xFFFF4D4D);
-  ops_->putWord32(stream_, 0x524C4300);
-  EXPECT_EQ(close(), (Bytes{0x4D, 0x4D, 0x52, 0x4C, 0x43, 0x00}));
-}
-
 TEST_P(Streams, KeepAnErrorButCanBeReadElsewhere) {
   open({1, 2}, XIO_READ);
   EXPECT_NE(ops_->seek(stream_, -1, 0), 0);
@@ -147,18 +129,6 @@ TEST_P(Streams, KeepAnErrorButCanBeReadElsewhere) {
   open({1, 2}, XIO_READ);
   EXPECT_EQ(ops_->writeBlock(stream_, "abcd", 2, 2), 0U);
   EXPECT_NE(ops_->hasError(stream_), 0);
-  EXPECT_EQ(close(), Bytes());
-}
-
-TEST_P(Streams, CanStandBeyondWhatTellCanSay) {
-  open({}, XIO_UPDATE);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(ops_->seek(stream_, INT32_MAX, 1), 0);
-  EXPECT_EQ(ops_->tell(stream_), -1);
-  if (!inFile_) {
-    EXPECT_EQ(ops_->putByte(stream_, 1), -1) << "memory has an end";
-    EXPECT_EQ(ops_->seek(stream_, 0, 0), 0);
-    EXPECT_EQ(ops_->putByte(stream_, 1), -1) << "nothing is written after lost bytes";
-  }
   EXPECT_EQ(close(), Bytes());
 }
 
