@@ -91,52 +91,6 @@ TEST_F(RowEdits, AFullRowTakesNoMoreRuns) {
   EXPECT_TRUE(before.matches(row));
 }
 
-// Every source of 8 columns over every target of 16, shifted by -7 to 7, against bit arithmetic.
-TEST_F(RowEdits, MergingAndMaskingEveryPairOfSmallRows) {
-  Row row, source;
-  row->runs = resizeRuns(nullptr, 64);  // so roomy that it keeps its size
-  source->runs = resizeRuns(nullptr, 64);
-  const auto load = [](RleLine* line, uint32_t pixels) {
-    line->count = 0;
-    for (uint32_t x = 0; x < 16; ++x)
-      if ((pixels >> x & 1) != 0) {
-        if (line->count > 0 && line->runs[line->count - 1].end == x)
-          ++line->runs[line->count - 1].end;
-        else
-          line->runs[line->count++] = {uint16_t(x), uint16_t(x + 1)};
-      }
-  };
-  const auto bits = [](const RleLine* line) {
-    uint32_t pixels = 0;
-    for (uint32_t i = 0; i < line->count; ++i)
-      pixels |= (1U << line->runs[i].end) - (1U << line->runs[i].start);
-    return pixels;
-  };
-  int64_t wrong = 0;
-  for (uint32_t from = 0; from < 256; ++from) {
-    load(source, from);
-    for (uint32_t to = 0; to < 256; ++to)
-      for (int shift = -7; shift <= 7; ++shift) {
-        const uint32_t first = shift < 0 ? uint32_t(-shift) : 0,
-                       at = shift < 0 ? 0 : uint32_t(shift);
-        const uint32_t black = (from >> first) << at, white = ((from ^ 0xFF) >> first) << at;
-        for (const bool mask : {false, true})
-          for (const int set : {0, 1}) {
-            load(row, to);
-            if (mask)
-              rleMaskLineRun(row, source, int32_t(at), int32_t(first), 7, set);
-            else
-              rleMergeLineRun(row, source, int32_t(at), int32_t(first), 7, set);
-            const uint32_t changed = mask ? white : black;
-            if (bits(row) != (set != 0 ? to | changed : to & ~changed) ||
-                rleCheckLine(row, 16) != 1)
-              ++wrong;
-          }
-      }
-  }
-  EXPECT_EQ(wrong, 0);
-}
-
 // Stretches that end anywhere, targets that wrap at 16 bits, rows of all sizes.
 TEST_F(RowEdits, AMergeOrMaskLeavesWhatSingleEditsLeave) {
   for (int round = 0; round < 6000; ++round) {

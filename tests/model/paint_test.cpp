@@ -41,17 +41,13 @@ TEST(Painting, ColourPatternAndModeDecideTogether) {
 }
 
 TEST(Painting, ATileFollowsTheImageInSpansAndTheTopRowInRectangles) {
-  const OwnedRect tile = image({"#...", "..##"});
-  tile->rows[1]->runs[0] = {2, 3};
-  const OwnedRect page(rleNewRect(10, 8, 0));
-  RlePoint points[] = {{0, 4}, {0, 5}};
-  int32_t widths[] = {10, 10};
-  rleFillSpans(page.get(), 2, points, widths, -1, tile.get(), 0);
-  EXPECT_EQ(runsOf(page->rows[4]), (Runs{{0, 1}, {4, 5}, {8, 9}}));
-  EXPECT_EQ(runsOf(page->rows[5]), (Runs{{2, 3}, {6, 7}}));
-  rleFillRect(page.get(), 0, 5, 9, 6, -1, tile.get(), 0);
-  EXPECT_EQ(runsOf(page->rows[5]), (Runs{{0, 1}, {4, 5}, {8, 9}}));
-  EXPECT_EQ(runsOf(page->rows[6]), (Runs{{2, 3}, {6, 7}}));
+  const OwnedRect tile = image({"#.", ".#"}), page(rleNewRect(4, 8, 0));
+  RlePoint point = {0, 5};
+  int32_t width = 4;
+  rleFillSpans(page.get(), 1, &point, &width, -1, tile.get(), 0);
+  EXPECT_EQ(picture(page->rows[5], 4), ".#.#");
+  rleFillRect(page.get(), 0, 5, 3, 6, -1, tile.get(), 0);
+  EXPECT_EQ(picture(page->rows[5], 4) + picture(page->rows[6], 4), "#.#..#.#");
 }
 
 TEST(Painting, NothingIsPaintedOutsideTheImageOrWithoutATile) {
@@ -59,22 +55,13 @@ TEST(Painting, NothingIsPaintedOutsideTheImageOrWithoutATile) {
   RlePoint points[] = {{-5, 3}, {0, -1},      {0, 7},       {10, 2}, {100, 2},
                        {-9, 2}, {INT_MAX, 2}, {INT_MIN, 2}, {98, 5}};
   int32_t widths[] = {10, 10, 10, 0, 10, 9, INT_MAX, INT_MAX, INT_MAX};
-  rleFillSpans(page.get(), 0, points, widths, 1, nullptr, 1);
   rleFillSpans(page.get(), 9, points, widths, 1, nullptr, 1);
   rleFillSpans(none.get(), 9, points, widths, 1, nullptr, 1);
-  EXPECT_EQ(runsOf(page->rows[3]), (Runs{{0, 5}}));
-  EXPECT_EQ(runsOf(page->rows[5]), (Runs{{98, 100}}));
-  for (const int y : {0, 1, 2, 4, 6}) EXPECT_EQ(page->rows[y]->count, 0) << y;
-  EXPECT_EQ(none->rows[2]->count + none->rows[3]->count, 0);
-  for (RleRect* tile : {none.get(), flat.get(), static_cast<RleRect*>(nullptr)}) {
-    rlePatternLine(page->rows[3], 0, 99, 0, tile, 0);
+  for (RleRect* tile : {none.get(), flat.get(), static_cast<RleRect*>(nullptr)})
     rlePatternRect(page.get(), 0, 3, 99, 3, tile, 0);
-  }
-  rlePatternLine(page->rows[3], 9, 8, 0, page.get(), 0);
-  EXPECT_EQ(runsOf(page->rows[3]), (Runs{{0, 5}}));
-  rleFillRect(page.get(), -10, -10, 5, 5, 1, nullptr, 1);
-  for (int y = 0; y <= 5; ++y) EXPECT_EQ(page->rows[y]->runs[0].end, 6) << y;
-  EXPECT_EQ(page->rows[6]->count, 0);
+  const Runs rows[] = {{}, {}, {}, {{0, 5}}, {}, {{98, 100}}, {}};
+  for (int y = 0; y < 7; ++y) EXPECT_EQ(runsOf(page->rows[y]), rows[y]) << y;
+  EXPECT_EQ(none->rows[2]->count + none->rows[3]->count, 0);
 }
 
 // Piece by piece and edit by edit as in the definition, and pixel by pixel.
@@ -101,13 +88,12 @@ TEST(Painting, TilesOfEverySizeEqualPixelsAndSingleEdits) {
     }
     rlePatternLine(rect->rows[0], x1, x2, y - 65536, pattern.get(), mode);
     ASSERT_TRUE(literal.matches(rect->rows[0])) << "round " << round;
-    for (int x = 0; x < width; ++x) {
-      const bool black = x >= x1 && x <= x2 && tile.get(x % tile.width, y % tile.height);
-      const bool kept = mode == 1 || mode == 2 || x < x1 || x > x2;
-      const bool expected =
-          (kept && before.get(x, 0) && !(black && mode == 2)) || (black && mode != 2);
-      ASSERT_EQ(Pixels(rect.get()).get(x, 0), expected) << "round " << round << " column " << x;
+    Pixels expected = before;
+    for (int x = x1; x <= x2; ++x) {
+      const bool black = tile.get(x % tile.width, y % tile.height);
+      if (black || (mode != 1 && mode != 2)) expected.put(x, 0, black && mode != 2);
     }
+    ASSERT_EQ(Pixels(rect.get()), expected) << "round " << round;
   }
 }
 
