@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <map>
 
 #include "model/runs.h"
 #include "support/picture.h"
@@ -25,19 +24,35 @@ std::vector<std::string> filled(int width, int height, const Polygon& polygon, i
   return picture(rect.get());
 }
 
-// Whether a pixel is inside, by the edges at or left of it on its row, in exact arithmetic.
-bool covers(const Polygon& polygon, int rule, int x, int y) {
-  int winding = 0;
-  for (size_t i = 0; i < polygon.size(); ++i) {
-    const RlePoint from = polygon[i];
-    const RlePoint to = polygon[(i + 1) % polygon.size()];
-    const auto [upper, lower] = from.y < to.y ? std::pair(from, to) : std::pair(to, from);
-    if (y < upper.y || y >= lower.y) continue;
-    const __int128 dx = __int128{lower.x} - upper.x;
+struct Edge {
+  RlePoint upper, lower;
+  bool downward;
+
+  // The first column that is not left of the edge, in exact arithmetic.
+  __int128 columnOn(int y) const {
     const __int128 dy = __int128{lower.y} - upper.y;
-    if ((__int128{y} - upper.y) * dx <= (__int128{x} - upper.x) * dy)
-      winding += from.y < to.y ? 1 : -1;
+    const __int128 n = (__int128{y} - upper.y) * (__int128{lower.x} - upper.x);
+    return upper.x + (n > 0 ? (n + dy - 1) / dy : n / dy);
   }
+};
+
+std::vector<Edge> edgesOf(const Polygon& polygon) {
+  std::vector<Edge> edges;
+  RlePoint from = polygon.back();
+  for (const RlePoint to : polygon) {
+    if (from.y < to.y) edges.push_back({from, to, true});
+    if (from.y > to.y) edges.push_back({to, from, false});
+    from = to;
+  }
+  return edges;
+}
+
+// Whether a pixel is inside, by the edges at or left of it on its row.
+bool covers(const std::vector<Edge>& edges, int rule, int x, int y) {
+  int winding = 0;
+  for (const Edge& edge : edges)
+    if (y >= edge.upper.y && y < edge.lower.y && edge.columnOn(y) <= x)
+      winding += edge.downward ? 1 : -1;
   return rule == 0 ? winding % 2 != 0 : winding != 0;
 }
 
@@ -62,140 +77,69 @@ Polygon randomPolygon(std::mt19937& random, int vertices, int xLow, int xHigh, i
   return polygon;
 }
 
-TEST(Polygons, KeepTheRightAndTheLowestEdgeOut) {
-  EXPECT_EQ(filled(12, 6, {{0, 0}, {10, 0}, {10, 5}, {0, 5}}, 0),
-            (std::vector<std::string>{"##########..", "##########..", "##########..",
-                                      "##########..", "##########..", "............"}));
-  EXPECT_EQ(filled(5, 5, {{0, 0}, {4, 0}, {0, 4}}, 1),
-            (std::vector<std::string>{"####.", "###..", "##...", "#....", "....."}));
-  for (const int rule : {0, 1}) {
-    const std::vector<std::string> blank(3, "....");
-    EXPECT_EQ(filled(4, 3, {{0, 1}, {3, 1}, {1, 1}}, rule), blank);
-    EXPECT_EQ(filled(4, 3, {{0, 0}, {3, 2}}, rule), blank);
-  }
-  rleFillPolygon(nullptr, INT_MIN, nullptr, 0, 1, nullptr, 1);
-}
-
-TEST(Polygons, FollowTheFillRule) {
-  const Polygon pentagram = {{10, 0}, {16, 18}, {0, 7}, {20, 7}, {4, 18}};
-  EXPECT_EQ(filled(21, 19, pentagram, 0)[9], "...####......#####...");
-  EXPECT_EQ(filled(21, 19, pentagram, 2)[9], "...###############...");
+TEST(Polygons, KeepTheRightAndTheLowestEdgeOutAndFollowTheFillRule) {
   const Polygon twice = {{0, 0}, {3, 0}, {3, 2}, {0, 2}, {0, 0}, {3, 0}, {3, 2}, {0, 2}};
   EXPECT_EQ(filled(4, 3, twice, 0), std::vector<std::string>(3, "...."));
-  EXPECT_EQ(filled(4, 3, twice, 1), (std::vector<std::string>{"###.", "###.", "...."}));
+  EXPECT_EQ(filled(4, 3, twice, 2), (std::vector<std::string>{"###.", "###.", "...."}));
+  EXPECT_EQ(filled(5, 5, {{0, 0}, {4, 0}, {0, 4}}, 1),
+            (std::vector<std::string>{"####.", "###..", "##...", "#....", "....."}));
+  EXPECT_EQ(filled(4, 3, {{0, 0}, {3, 2}}, 0), std::vector<std::string>(3, "...."));
+  rleFillPolygon(nullptr, INT_MIN, nullptr, 0, 1, nullptr, 1);
 }
 
 TEST(Polygons, CoverExactlyTheInside) {
   std::mt19937 random(41);
-  for (int round = 0; round < 6000; ++round) {
-    const int width = randomInt(random, 1, 24);
-    const int height = randomInt(random, 1, 16);
-    const Polygon polygon =
-        randomPolygon(random, randomInt(random, 3, 12), -8, width + 8, -12, height + 12);
+  const int extremes[] = {INT_MIN, INT_MIN + 1, -1073741825, -65536, -1,     0,
+                          7,       40,          65535,       65536,  INT_MAX};
+  for (int round = 0; round < 9000; ++round) {
+    const int width = randomInt(random, 1, 24), height = randomInt(random, 1, 16);
+    const int vertices = randomInt(random, 3, 12);
+    const bool far = round % 3 == 0;
+    Polygon polygon = far ? randomPolygon(random, vertices, INT_MIN, INT_MAX, INT_MIN, INT_MAX)
+                          : randomPolygon(random, vertices, -8, width + 8, -12, height + 12);
+    for (RlePoint& point : polygon) {
+      if (far && randomInt(random, 0, 1) == 0) point.x = extremes[randomInt(random, 0, 10)];
+      if (far && randomInt(random, 0, 1) == 0) point.y = extremes[randomInt(random, 0, 10)];
+    }
     for (const int rule : {0, 1}) {
       const OwnedRect rect(rleNewRect(uint32_t(width), uint32_t(height), 0));
       fill(rect.get(), polygon, rule);
       Pixels expected(width, height);
-      for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) expected.put(x, y, covers(polygon, rule, x, y));
+      for (int i = 0; i < width * height; ++i)
+        expected.put(i % width, i / width, covers(edgesOf(polygon), rule, i % width, i / width));
       ASSERT_EQ(Pixels(rect.get()), expected) << "round " << round << " rule " << rule;
       ASSERT_EQ(rleCheckRect(rect.get()), 1);
     }
   }
 }
 
-TEST(Polygons, ReachAsFarAsCoordinatesDo) {
-  std::mt19937 random(42);
-  const int extremes[] = {INT_MIN, INT_MIN + 1, -1073741825, -65536, -1,     0,
-                          7,       40,          65535,       65536,  INT_MAX};
-  for (int round = 0; round < 3000; ++round) {
-    Polygon polygon =
-        randomPolygon(random, randomInt(random, 3, 9), INT_MIN, INT_MAX, INT_MIN, INT_MAX);
-    for (RlePoint& point : polygon) {
-      if (randomInt(random, 0, 1) == 0) point.x = extremes[randomInt(random, 0, 10)];
-      if (randomInt(random, 0, 1) == 0) point.y = extremes[randomInt(random, 0, 10)];
-    }
-    for (const int rule : {0, 1}) {
-      const OwnedRect rect(rleNewRect(50, 9, 0));
-      fill(rect.get(), polygon, rule);
-      Pixels expected(50, 9);
-      for (int y = 0; y < 9; ++y)
-        for (int x = 0; x < 50; ++x) expected.put(x, y, covers(polygon, rule, x, y));
-      ASSERT_EQ(Pixels(rect.get()), expected) << "round " << round << " rule " << rule;
-    }
-  }
-}
-
-// The spans of a polygon by a walk down all its rows, one step and one sort at a time.
-struct Walk {
-  struct Edge {
-    int64_t bottom, x, error, step, altStep, altIncrement, increment;
-    bool downward;
-  };
-  std::vector<RlePoint> points;
-  std::vector<int32_t> widths;
-
-  Walk(const Polygon& polygon, int rule) {
-    std::map<int, std::vector<Edge>> buckets;
-    RlePoint from = polygon.back();
-    for (const RlePoint to : polygon) {
-      const bool up = from.y > to.y;
-      if (from.y != to.y) file(buckets, up ? to : from, up ? from : to, !up);
-      from = to;
-    }
-    std::vector<Edge> active;
-    const auto byX = [](const Edge& a, const Edge& b) { return a.x < b.x; };
-    for (int y = buckets.empty() ? 0 : buckets.begin()->first; !buckets.empty() || !active.empty();
-         ++y) {
-      if (const auto bucket = buckets.find(y); bucket != buckets.end()) {
-        std::vector<Edge> merged;
-        std::merge(bucket->second.begin(), bucket->second.end(), active.begin(), active.end(),
-                   std::back_inserter(merged), byX);
-        active = merged;
-        buckets.erase(bucket);
-      }
-      addSpans(active, rule, y);
-      std::erase_if(active, [y](const Edge& edge) { return edge.bottom == y; });
-      for (Edge& edge : active) {
-        const bool alt = edge.altStep > 0 ? edge.error > 0 : edge.error >= 0;
-        edge.x += alt ? edge.altStep : edge.step;
-        edge.error += alt ? edge.altIncrement : edge.increment;
-      }
-      std::stable_sort(active.begin(), active.end(), byX);
-    }
-  }
-
- private:
-  static void file(std::map<int, std::vector<Edge>>& buckets, RlePoint upper, RlePoint lower,
-                   bool downward) {
-    const int64_t dx = int64_t{lower.x} - upper.x;
-    const int64_t dy = int64_t{lower.y} - upper.y;
-    const int64_t step = dx / dy;
-    const int64_t alt = dx < 0 ? step - 1 : step + 1;
-    const int64_t sign = dx < 0 ? -1 : 1;
-    const int64_t altIncrement = sign * 2 * (dx - dy * alt);
-    const int64_t increment = sign * 2 * (dx - dy * step);
-    std::vector<Edge>& bucket = buckets[upper.y];
-    bucket.insert(std::find_if(bucket.begin(), bucket.end(),
-                               [&](const Edge& edge) { return edge.x >= upper.x; }),
-                  {lower.y - 1, upper.x, dx < 0 ? altIncrement : increment, step, alt, altIncrement,
-                   increment, downward});
-  }
-
-  void addSpans(const std::vector<Edge>& active, int rule, int y) {
-    std::vector<int64_t> ends;
+// The spans of a polygon by a walk down all its rows, which sorts the edges anew on each.
+template <class Paint>
+void walkSpans(const Polygon& polygon, int rule, int height, Paint paint) {
+  std::vector<Edge> active;
+  for (int y = -99; y < height; ++y) {
+    const auto byColumn = [y](const Edge& a, const Edge& b) {
+      return a.columnOn(y) < b.columnOn(y);
+    };
+    std::stable_sort(active.begin(), active.end(), byColumn);
+    std::vector<Edge> entering, all;
+    for (const Edge& edge : edgesOf(polygon))
+      if (edge.upper.y == y)
+        entering.insert(std::lower_bound(entering.begin(), entering.end(), edge, byColumn), edge);
+    std::merge(entering.begin(), entering.end(), active.begin(), active.end(),
+               std::back_inserter(all), byColumn);
+    active = all;
+    std::vector<int32_t> ends;
     int winding = 0;
     for (const Edge& edge : active) {
       const bool outside = winding == 0;
       winding += edge.downward ? 1 : -1;
-      if (rule == 0 || outside || winding == 0) ends.push_back(edge.x);
+      if (rule == 0 || outside || winding == 0) ends.push_back(int32_t(edge.columnOn(y)));
     }
-    for (size_t i = 0; i < ends.size(); i += 2) {
-      points.push_back({int32_t(ends[i]), y});
-      widths.push_back(int32_t(ends[i + 1] - ends[i]));
-    }
+    for (size_t i = 0; i < ends.size(); i += 2) paint(RlePoint{ends[i], y}, ends[i + 1] - ends[i]);
+    std::erase_if(active, [y](const Edge& edge) { return edge.lower.y == y + 1; });
   }
-};
+}
 
 // Rows of all kinds: runs or none, and buffers with more or less to spare.
 OwnedRect randomRows(std::mt19937& random, int width, int height) {
@@ -234,9 +178,9 @@ TEST(Polygons, LeaveRowsAsSpansPaintedOneByOneDo) {
     std::mt19937 again = random;
     const OwnedRect rect = randomRows(random, width, height);
     const OwnedRect expected = randomRows(again, width, height);
-    Walk walk(polygon, rule);
-    for (size_t i = 0; i < walk.points.size(); ++i)
-      rleFillSpans(expected.get(), 1, &walk.points[i], &walk.widths[i], colour, tile.get(), mode);
+    walkSpans(polygon, rule, height, [&](RlePoint at, int32_t spanWidth) {
+      rleFillSpans(expected.get(), 1, &at, &spanWidth, colour, tile.get(), mode);
+    });
     Polygon vertices = polygon;
     rleFillPolygon(rect.get(), int32_t(vertices.size()), vertices.data(), rule, colour, tile.get(),
                    mode);

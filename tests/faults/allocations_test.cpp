@@ -72,6 +72,7 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
   poly->mask = image({"..", "##"}).release();
   poly->count = 70000;  // more than memory is provided for at first
   poly->points = rleAllocPoints(poly->count);
+  poly->points[69999] = {7, -8};
   ByteStream stream, codes({0x6C, 0xF7, 0x00, 0x08, 0x80}), file;
   ASSERT_EQ(rleUnloadPoly(&file, poly.get()), 1);
   const auto again = [](ByteStream& s) {
@@ -135,7 +136,11 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
          return packed != nullptr;
        }},
       {"write", page, 2, [&](auto*) { return rleUnloadPoly(again(file), poly.get()) == 1; }},
-      {"read", page, kSome, [&](auto*) { return OwnedPoly(rleLoadPoly(again(file))) != nullptr; }},
+      {"read", page, kSome,
+       [&](auto*) {
+         const OwnedPoly read(rleLoadPoly(again(file)));
+         return read && read->points[69999].x == 7 && read->points[69999].y == -8;
+       }},
   };
   for (const Case& c : cases) failInTurn(c);
 }
