@@ -49,26 +49,12 @@ struct PlainRotation {
     struct Ends {
       int x0, y0, x1, y1;
     };
-    const Ends ends = [&]() -> Ends {
-      switch (octant_) {
-        case 1:
-          return {0, -round(a2), width_, round(height_ - a1)};
-        case 2:
-          return {-round(b2), 0, round(width_ - b1), height_};
-        case 3:
-          return {round(width_ - b1), 0, -round(b2), height_};
-        case 4:
-          return {width_, -round(a2), 0, round(height_ - a1)};
-        case 5:
-          return {width_, round(height_ - a1), 0, -round(a2)};
-        case 6:
-          return {round(offX), height_, -round(b2), 0};
-        case 7:
-          return {-round(b2), height_, round(width_ - b1), 0};
-        default:
-          return {0, round(offY), width_, -round(a2)};
-      }
-    }();
+    const Ends all[] = {
+        {0, -round(a2), width_, round(height_ - a1)}, {-round(b2), 0, round(width_ - b1), height_},
+        {round(width_ - b1), 0, -round(b2), height_}, {width_, -round(a2), 0, round(height_ - a1)},
+        {width_, round(height_ - a1), 0, -round(a2)}, {round(offX), height_, -round(b2), 0},
+        {-round(b2), height_, round(width_ - b1), 0}, {0, round(offY), width_, -round(a2)}};
+    const Ends& ends = all[octant_ - 1];
     const int dx = ends.x1 - ends.x0;
     const int dy = ends.y1 - ends.y0;
     xSign_ = dx < 0 ? -1 : 1;
@@ -94,23 +80,15 @@ struct PlainRotation {
       }
       flush();
     }
-    switch (octant_) {
-      case 1:
-      case 2:
-        cornerY = w * s;
-        break;
-      case 3:
-      case 4:
-        cornerX = std::abs(c) * w, cornerY = height_;
-        break;
-      case 5:
-      case 6:
-        cornerX = width_, cornerY = height_ - std::abs(s) * w;
-        break;
-      default:
-        cornerX = width_ - std::abs(c) * w;
-        break;
-    }
+    const int quarter = (octant_ - 1) / 2;
+    cornerX = quarter == 1   ? std::abs(c) * w
+              : quarter == 2 ? width_
+              : quarter == 3 ? width_ - std::abs(c) * w
+                             : 0;
+    cornerY = quarter == 0   ? w * s
+              : quarter == 1 ? height_
+              : quarter == 2 ? height_ - std::abs(s) * w
+                             : 0;
   }
 
  private:

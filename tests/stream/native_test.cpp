@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 
 #include "support/byte_stream.h"
 #include "support/picture.h"
@@ -153,16 +152,6 @@ TEST(NativeFormat, ClaimsOfAFileCostOnlyWhatItHolds) {
   EXPECT_EQ(rleLoadPoly(&vertices), nullptr);
   EXPECT_EQ(vertices.operations, 5 + 1 + 3);  // header, count, and what ten bytes hold
   EXPECT_FALSE(loadPoly(patched(patched(kImageFile, 8, {0xFF, 0xFF}), 24, {0xFF, 0xFF})));
-  ByteStream stream;  // more vertices than memory is provided for at first
-  const OwnedFile file(rleOpen(&stream));
-  std::vector<RlePoint> points(300001);
-  for (size_t i = 0; i < points.size(); ++i) points[i] = {int32_t(i), -int32_t(i)};
-  ASSERT_EQ(rleWritePolyLine(file.get(), uint32_t(points.size()), points.data()), 1);
-  stream.position = 0;
-  uint32_t count = 0;
-  const OwnedPoints read(rleReadPolyLine(file.get(), &count));
-  ASSERT_EQ(count, points.size());
-  EXPECT_EQ(std::memcmp(read.get(), points.data(), count * sizeof(RlePoint)), 0);
 }
 
 }  // namespace

@@ -82,37 +82,19 @@ TEST(Scaling, AgreesWithPixelsInEveryManner) {
 }
 
 TEST(Scaling, OfARowDropsJoinsAndFitsItsBuffer) {
-  const Row row(Runs{{3, 8}, {10, 11}, {12, 13}, {16, 20}, {21, 40}});
-  row->tag = 9;
+  const Row row(Runs{{3, 8}, {10, 11}, {12, 13}, {16, 20}, {21, 40}}), blank;
+  row->tag = blank->tag = 9;
   const OwnedLine half(rleScaleLine(row, kOne / 2));  // [5, 5) and [6, 6) vanish, 10 meets 10
   EXPECT_EQ(runsOf(half.get()), (Runs{{1, 4}, {8, 20}}));
   EXPECT_EQ(capacityOf(half->runs), 6U);
   EXPECT_EQ(half->tag, 0U);
-  const OwnedLine nearest(
-      rleNNScaleLine(row, kOne / 2));  // 1.5 to 2, 5.5 to 6, 6.5 to 7, 10.5 to 11
-  EXPECT_EQ(runsOf(nearest.get()), (Runs{{2, 4}, {5, 7}, {8, 10}, {11, 20}}));
-  const OwnedLine none(rleScaleLine(row, 0));
-  EXPECT_EQ(none->count, 0);
-  EXPECT_EQ(capacityOf(none->runs), 5U);
-  const Row blank;
-  blank->tag = 9;
+  // 1.5 to 2, 5.5 to 6, 6.5 to 7, 10.5 to 11
+  EXPECT_EQ(runsOf(OwnedLine(rleNNScaleLine(row, kOne / 2)).get()),
+            (Runs{{2, 4}, {5, 7}, {8, 10}, {11, 20}}));
+  EXPECT_EQ(capacityOf(OwnedLine(rleScaleLine(row, 0))->runs), 5U);
   const OwnedLine empty(rleNNScaleLine(blank, kOne));
   EXPECT_EQ(empty->tag, 9U);
   EXPECT_EQ(empty->runs, nullptr);
-}
-
-TEST(Scaling, PicksTheNearestRows) {
-  const OwnedRect page = image({"#..", ".#.", "..#"});
-  rleNNScaleRect(page.get(), kOne, 2 * kOne);
-  EXPECT_EQ(picture(page.get()),
-            (std::vector<std::string>{"#..", ".#.", ".#.", "..#", "..#", "..#"}));
-  rleNNScaleRect(page.get(), kOne, 0);
-  rleScaleRect(page.get(), 0, kOne);
-  EXPECT_EQ(page->height, 6);
-  rleScaleRect(page.get(), kOne, 3);  // too small a factor to leave a row
-  EXPECT_EQ(page->height, 0);
-  rleMinScaleRect(page.get(), kOne, kOne);
-  EXPECT_EQ(page->width, 3);
 }
 
 TEST(Scaling, KeepsRowsValidBeyondItsRange) {
@@ -140,16 +122,14 @@ TEST(ResolutionChanges, ScaleOnceAndStoreAlways) {
   poly->count = 1;
   poly->points = rleAllocPoints(1);
   poly->points[0] = {40, -5};
+  const auto facts = [&] {
+    return std::vector<int>{poly->image->width, poly->mask->height, poly->mask->resolution,
+                            poly->points[0].x, poly->points[0].y};
+  };
   rleChangeResPoly(poly.get(), 300);
-  EXPECT_EQ(poly->image->width, 150);
-  EXPECT_EQ(poly->mask->height, 90);
-  EXPECT_EQ(poly->mask->resolution, 300);
-  EXPECT_EQ(poly->points[0].x, 60);
-  EXPECT_EQ(poly->points[0].y, -8);  // rounded down
-  rleScalePoly(poly.get(), 0, 2 * kOne);
-  EXPECT_EQ(poly->points[0].x, 60);
-  EXPECT_EQ(poly->points[0].y, -16);
-  EXPECT_EQ(poly->image->height, 90);
+  EXPECT_EQ(facts(), (std::vector{150, 90, 300, 60, -8}));  // rounded down
+  rleScalePoly(poly.get(), 0, 2 * kOne);                    // too small a factor for the images
+  EXPECT_EQ(facts(), (std::vector{150, 90, 300, 60, -16}));
   rleChangeResRect(poly->image, 100);  // a third of 32768 is 10922.67: the factor is cut off
   EXPECT_EQ(poly->image->width, 49);
   for (const int resolution : {0, 70000, -1}) {  // nothing to scale from, or to

@@ -1,0 +1,166 @@
+// Memory that runs out: every allocation of every action fails in turn. Nothing is leaked, images
+// stay valid, and what was promised to be left alone is.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "support/allocations.h"
+#include "support/byte_stream.h"
+#include "support/picture.h"
+#include "support/pixels.h"
+
+namespace rle::test {
+namespace {
+
+// An action may refuse this often, and then has left the image as it was; kSome is any number. With
+// kRows each row by itself is left alone or has all that was asked for.
+constexpr int64_t kSome = -1, kRows = -2;
+
+struct Case {
+  const char* name;
+  const Pixels& page;
+  int64_t refusals;
+  std::function<bool(RleRect* page)> action;  // true when done
+};
+
+void failInTurn(const Case& c) {
+  SCOPED_TRACE(c.name);
+  const int64_t alive = allocationsAlive();
+  OwnedRect page = c.page.toRect();
+  const auto before = picture(page.get());
+  EXPECT_TRUE(c.action(page.get()));
+  const auto after = picture(page.get());
+  int64_t refused = 0;
+  bool failed = true;
+  for (int64_t number = 0; failed; ++number) {
+    page = c.page.toRect();
+    failAllocation(number);
+    const bool done = c.action(page.get());
+    failed = allocationsAsked() > number;
+    failAllocation(-1);
+    EXPECT_TRUE(done || failed);
+    EXPECT_EQ(rleCheckRect(page.get()), 1);
+    const auto now = picture(page.get());
+    refused += done ? 0 : 1;
+    if (c.refusals != kRows || !failed) {
+      EXPECT_EQ(now, done ? after : before) << number;
+    } else {
+      for (size_t y = 0; y < now.size(); ++y)
+        EXPECT_TRUE(now[y] == before[y] || now[y] == after[y]) << number << " row " << y;
+    }
+    page.reset();
+    ASSERT_EQ(allocationsAlive(), alive) << number;
+  }
+  EXPECT_TRUE(c.refusals < 0 || refused == c.refusals) << refused;
+}
+
+TEST(AllocationFaults, LeaveEverythingInOrder) {
+  std::mt19937 random(35);
+  const Pixels page = randomPixels(random, 60, 50), blank(1200, 61);
+  Pixels comb(601, 150);  // makes every buffer of a trace grow
+  for (int i = 0; i < 150 * 601; ++i)
+    comb.put(i % 601, i / 601, i % 601 % 2 == 0 || i >= 149 * 601);
+  const OwnedRect rect = page.toRect(), other = randomPixels(random, 60, 50, 1, 1).toRect();
+  const OwnedRect tile = randomPixels(random, 9, 3, 1, 1).toRect();
+  const OwnedRect damaged = image({"##.."});
+  damaged->rows[0]->runs[0] = {5, 2};
+  std::vector<RlePoint> teeth;  // 300 of them that begin on 55 different rows
+  for (int i = 0; i < 600; ++i) teeth.push_back({2 * i, i % 2 == 0 ? i / 2 % 55 : 60});
+  const OwnedPoly poly(rleAllocPoly());
+  poly->image = image({"##", "#."}).release();
+  poly->mask = image({"..", "##"}).release();
+  poly->count = 70000;  // more than memory is provided for at first
+  poly->points = rleAllocPoints(poly->count);
+  poly->points[69999] = {7, -8};
+  ByteStream stream, codes({0x6C, 0xF7, 0x00, 0x08, 0x80}), file;
+  ASSERT_EQ(rleUnloadPoly(&file, poly.get()), 1);
+  const auto again = [](ByteStream& s) {
+    s.position = 0;
+    return &s;
+  };
+  uint8_t bits[] = {0x5A, 0xF0, 0x01, 0x80};
+  rlePackClearCache();
+  const Case cases[] = {
+      {"new", page, 5, [](auto*) { return OwnedRect(rleNewRect(5, 3, 0)) != nullptr; }},
+      {"copy of a region", page, 14,  // itself, points, and twice image, row array, rows, buffers
+       [&](auto*) { return OwnedPoly(rleDupPoly(poly.get())) != nullptr; }},
+      {"copy", page, kSome,
+       [](auto* p) { return OwnedRect(rleCopyRect(p, 7, 3, 40, 30)) != nullptr; }},
+      {"cut", page, kSome,
+       [](auto* p) { return OwnedRect(rleCutRect(p, 7, 3, 40, 30)) != nullptr; }},
+      {"paste", page, kRows, [&](auto* p) { return rleMergeRect(p, 3, 3, other.get(), 0) == 1; }},
+      {"set", page, kRows, [&](auto* p) { return rleMergeRect(p, 3, 3, other.get(), 1) == 1; }},
+      {"clear", page, kRows, [&](auto* p) { return rleMergeRect(p, 3, 3, other.get(), 2) == 1; }},
+      {"mask", page, kRows, [&](auto* p) { return rleMaskRect(p, other.get(), 0), true; }},
+      {"pattern", page, kRows,
+       [&](auto* p) { return rleFillRect(p, 1, 0, 55, 49, -1, tile.get(), 0), true; }},
+      {"pattern set", page, kRows,
+       [&](auto* p) { return rleFillRect(p, 1, 0, 55, 49, -1, tile.get(), 1), true; }},
+      {"polygon", blank, kRows,
+       [&](auto* p) { return rleFillPolygon(p, 600, teeth.data(), 1, 1, nullptr, 1), true; }},
+      {"quarter turn", page, kSome,
+       [](auto* p) { return OwnedRect(rleQRotateRect(p, 1)) != nullptr; }},
+      {"half turn", page, kSome,
+       [](auto* p) { return OwnedRect(rleQRotateRect(p, 2)) != nullptr; }},
+      {"scale", page, kSome, [](auto* p) { return rleScaleRect(p, 16384, 49152), p->width == 30; }},
+      {"nearest", page, kSome,
+       [](auto* p) { return rleNNScaleRect(p, 16384, 49152), p->width == 30; }},
+      {"any black", page, kSome,
+       [](auto* p) { return rleMinScaleRect(p, 16384, 49152), p->width == 30; }},
+      {"scaled row", page, kSome,
+       [](auto* p) { return OwnedLine(rleScaleLine(p->rows[0], 16384)) != nullptr; }},
+      {"component", comb, kSome,
+       [](auto* p) {
+         uint16_t left = 9, top = 9;
+         const bool done = OwnedRect(rleConnected(p, 300, 70, &left, &top)) != nullptr;
+         EXPECT_EQ(left + top, done ? 0 : 18);
+         return done;
+       }},
+      {"no component", comb, 0,
+       [](auto* p) {
+         return rleConnected(p, 1, 30, nullptr, nullptr) == nullptr &&
+                rleClosest(p, 1, 30, 5, nullptr, nullptr) == 1;
+       }},
+      {"decode", page, 7,  // image and row array, rows, working memory, run buffers
+       [&](auto*) {
+         return OwnedRect(rleLoadRectFromCCITTG4(again(codes), 16, 2, 200, 1)) != nullptr;
+       }},
+      {"encode", page, 0, [&](auto* p) { return rleUnloadRectFromCCITTG4(&stream, p) == 1; }},
+      {"encode damaged rows", page, 1,
+       [&](auto*) { return rleUnloadRectFromCCITTG4(&stream, damaged.get()) == 1; }},
+      {"pack", page, 7,  // image, row array, cache, and twice row and buffer
+       [&](auto*) {
+         const OwnedRect packed(rlePackRect(bits, 16, 0, 0, 15, 0, 1, 200));
+         if (!packed) rlePackClearCache();  // success empties it
+         return packed != nullptr;
+       }},
+      {"write", page, 2, [&](auto*) { return rleUnloadPoly(again(file), poly.get()) == 1; }},
+      {"read", page, kSome,
+       [&](auto*) {
+         const OwnedPoly read(rleLoadPoly(again(file)));
+         return read && read->points[69999].x == 7 && read->points[69999].y == -8;
+       }},
+  };
+  for (const Case& c : cases) failInTurn(c);
+}
+
+TEST(AllocationFaults, WhilePackingKeepTheCacheInOrder) {
+  uint8_t bits[] = {0x5A, 0xF0, 0x01, 0x80};
+  const auto packs = [&](int x1, int x2) {
+    return OwnedLine(rlePackLine(bits, x1, x2)) != nullptr;
+  };
+  rlePackClearCache();
+  const int64_t before = allocationsAlive();
+  failAllocation(-1);
+  EXPECT_TRUE(packs(0, 16) && packs(3, 20));  // 9 runs at most both times
+  EXPECT_EQ(allocationsAsked(), 1 + 2 + 2);
+  EXPECT_EQ(allocationsAlive(), before + 1);
+  failAllocation(0);
+  EXPECT_FALSE(packs(0, 18));  // one run more: the cache is let go and none takes its place
+  failAllocation(-1);
+  EXPECT_EQ(allocationsAlive(), before);
+}
+
+}  // namespace
+}  // namespace rle::test
