@@ -22,28 +22,31 @@ T* newArray(size_t count) {
   return static_cast<T*>(std::malloc(count * sizeof(T)));
 }
 
-// Passes over whole blocks of runs that all end before `column`. The runs of a block are compared
-// as words and without a decision for each, which compilers turn into vector code.
-template <uint32_t kBlock>
-uint32_t skipBlocks(const RleRun* runs, uint32_t count, uint32_t i, uint16_t column) {
+int32_t endOfRun(const RleRun& run) {
+  // Read as a word, which compilers turn into vector code.
   constexpr uint32_t kEndShift = std::endian::native == std::endian::little ? 16 : 0;
-  for (; i + kBlock <= count; i += kBlock) {
-    uint32_t words[kBlock];
-    std::memcpy(words, runs + i, sizeof words);
-    int32_t found = 0;
-    for (const uint32_t word : words) {
-      const auto end = int32_t(word >> kEndShift & 0xffff);
-      found |= int32_t{column} - 1 - end;  // below 0 from `column` on
-    }
-    if (found < 0) break;
-  }
-  return i;
+  uint32_t word;
+  std::memcpy(&word, &run, sizeof word);
+  return int32_t(word >> kEndShift & 0xffff);
 }
 
-// The first run that ends at `column` or later, whatever runs the row holds.
-uint32_t firstRunEndingFrom(const RleRun* runs, uint32_t count, uint16_t column) {
-  uint32_t i = skipBlocks<32>(runs, count, 0, column);
-  i = skipBlocks<8>(runs, count, i, column);
+// Whether the runs are in the order of their ends, as those of valid rows are.
+bool areInOrder(const RleRun* runs, uint32_t count) {
+  int32_t differences = 0;
+  for (uint32_t i = 1; i < count; ++i) differences |= endOfRun(runs[i]) - endOfRun(runs[i - 1]);
+  return differences >= 0;
+}
+
+// The first run that ends at `column` or later.
+uint32_t firstRunEndingFrom(const RleRun* runs, uint32_t count, uint16_t column, bool inOrder) {
+  uint32_t i = 0;
+  if (inOrder) {
+    for (uint32_t left = count; left > 1;) {
+      const uint32_t half = left / 2;
+      i += runs[i + half - 1].end < column ? half : 0;
+      left -= half;
+    }
+  }
   while (i < count && runs[i].end < column) ++i;
   return i;
 }
@@ -70,8 +73,9 @@ void editRow(RleLine& row, std::span<const RleRun> spans, bool white) {
   }
   RleRun* const runs = row.runs;
   uint32_t count = row.count;
+  const bool inOrder = areInOrder(runs, count);
   for (const RleRun& span : spans) {
-    const uint32_t at = firstRunEndingFrom(runs, count, span.start);
+    const uint32_t at = firstRunEndingFrom(runs, count, span.start, inOrder);
     RleRun* const first = runs + at;
     const Change change = white ? clearChange(first, runs + count, span.start, span.end)
                                 : setChange(first, runs + count, span.start, span.end);
