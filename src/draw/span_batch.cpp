@@ -64,6 +64,7 @@ void editOneByOne(RleLine& row, std::span<const RleRun> spans, bool white) {
 // at last the capacity that the edits one by one would have left it with.
 void editRow(RleLine& row, std::span<const RleRun> spans, bool white) {
   if (white && row.count == 0) return;
+  if (!CapacityPlan::alwaysFits()) return editOneByOne(row, spans, white);
   CapacityPlan plan(row.runs);
   const auto room = uint32_t(std::min<size_t>(row.count + spans.size(), kMaxRuns));
   if (row.runs == nullptr || capacityOf(row.runs) < room) {
@@ -80,7 +81,8 @@ void editRow(RleLine& row, std::span<const RleRun> spans, bool white) {
     const Change change = white ? clearChange(first, runs + count, span.start, span.end)
                                 : setChange(first, runs + count, span.start, span.end);
     const uint32_t now = count + change.given - change.taken;
-    if (now > kMaxRuns || (change.fit && !plan.fit(now))) continue;
+    if (now > kMaxRuns) continue;
+    if (change.fit) plan.fit(now);
     if (change.given != change.taken)
       std::memmove(first + change.given, first + change.taken,
                    (count - at - change.taken) * sizeof(RleRun));

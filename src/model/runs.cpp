@@ -51,7 +51,7 @@ void CapacityPlan::fitRising(uint32_t from, uint32_t to) {
 
 bool CapacityPlan::carryOut(RleRun*& runs, uint32_t count) const {
   const int64_t capacity = keptBelow_ + rleRunAllocMaxExtra;
-  if (!fitted_ || (runs != nullptr && capacityOf(runs) == capacity)) return true;
+  if (runs == nullptr ? !fitted_ : capacityOf(runs) == capacity) return true;
   RleRun* const resized = capacity > UINT32_MAX ? nullptr : resizeRuns(runs, uint32_t(capacity));
   if (resized == nullptr) return runs != nullptr && capacityOf(runs) >= count;
   runs = resized;
