@@ -70,6 +70,12 @@ typedef struct RlePoint {
   int32_t y;
 } RlePoint;
 
+/* A vertex between the pixels. */
+typedef struct RleDPoint {
+  double x;
+  double y;
+} RleDPoint;
+
 /* A polygon region: an image together with the polygon that bounds it. Pointers may be null. */
 typedef struct RlePoly {
   uint32_t count;   /* number of vertices */
@@ -410,6 +416,57 @@ RLE_API void rlePatternRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, i
  */
 RLE_API void rleFillPolygon(RleRect* image, int32_t count, RlePoint* points, int32_t fillRule,
                             int32_t colour, RleRect* pattern, int32_t mode);
+
+/*
+ * Fills a convex polygon whose vertices may lie between the pixels, closed as in rleFillPolygon.
+ * Colour, pattern and mode are those of rleFillSpans; xOffset and yOffset move what is painted, by
+ * whole pixels. Rows from the ceiling of the smallest y to, but not including, the largest y are
+ * filled, each from the ceiling of the left side's x to, but not including, the ceiling of the
+ * right side's, so that whole coordinates fill what they fill in rleFillPolygon. Of a polygon that
+ * is not convex, a row that it cuts in several pieces is filled wrongly.
+ *
+ * Vertices may lie anywhere; one that is not finite, and fewer than 3, paint nothing. So it is too
+ * when memory for the working arrays runs out, and then for all fills in the same bracket (see
+ * below) that need no larger ones.
+ */
+RLE_API void rleFillSppPoly(RleRect* image, int32_t count, RleDPoint* points, int32_t xOffset,
+                            int32_t yOffset, int32_t colour, RleRect* pattern, int32_t mode);
+
+/*
+ * Bracket a series of calls of rleFillSppPoly or rleFatLine, which then keep their working arrays
+ * from call to call. Brackets nest; each thread has its own. The outermost rleEndSppPoly releases
+ * the arrays, and so does one without a beginning.
+ */
+RLE_API void rleBeginSppPoly(void);
+RLE_API void rleEndSppPoly(void);
+
+/*
+ * Draws a line through the `count` vertices, `width` pixels wide (below 1 stands for 1), in the
+ * colour, pattern and mode of rleFillSpans. The line is closed when its last vertex equals its
+ * first. Vertices that repeat the one before them are passed over; with a count below 1 nothing is
+ * drawn.
+ *
+ *   capStyle    2 round, 3 square: the line goes on for half its width; any other value butt.
+ *               Closed lines have no caps.
+ *   joinStyle   0 mitre, which becomes a bevel where two segments meet at less than 11 degrees;
+ *               1 round; any other value bevel
+ *
+ * A line 1 pixel wide always has butt caps and mitre joins.
+ *
+ * With a dashCount above 0 the line is dashed: `dashes` holds dashCount lengths, on, off, on, off
+ * and so on, repeated; with an odd count, on and off change places each time. A length counts
+ * steps of one pixel along the longer axis of a segment, and one of 0 lasts one step. dashOffset
+ * is how far into the pattern the line begins; below 0 it makes the first dash longer. In mode 0
+ * the gaps are painted too, in colour 0 of that mode, and there are end caps; in other modes the
+ * gaps stay as they are and a dashed line has no caps. When no length is above 0, or dashCount is
+ * below 1, the line is solid.
+ *
+ * Vertices may lie anywhere; only what lies inside the image is painted, and what lies outside
+ * costs next to nothing. When memory runs out, the rest of the line is not drawn.
+ */
+RLE_API void rleFatLine(RleRect* image, int32_t count, RlePoint* points, int32_t width,
+                        int32_t colour, RleRect* pattern, int32_t capStyle, int32_t joinStyle,
+                        int32_t mode, int32_t dashCount, uint8_t* dashes, int32_t dashOffset);
 
 /* ---- Bit rows -------------------------------------------------------------------------------- */
 

@@ -25,10 +25,6 @@
 namespace rle {
 namespace {
 
-// The bits of the winding number that make an inside.
-constexpr int32_t kOdd = 1;
-constexpr int32_t kNotZero = -1;
-
 // The edges that cross a row, from left to right.
 class ActiveEdges {
  public:
@@ -40,26 +36,40 @@ class ActiveEdges {
   // False when there is no memory for the list.
   explicit operator bool() const { return edges_ != nullptr; }
 
-  // Sorts the edges of a bucket in, each before those with the same x.
+  // Sorts the edges of a bucket in, each before those with the same x. From the right, so that what
+  // lies between two of them moves once.
   void join(const RleScanBucket& bucket) {
-    RleEdge** at = edges_.get();
-    for (RleEdge* edge : std::span(bucket.edges, bucket.end)) {
-      at = std::partition_point(at, end_, [&](const RleEdge* other) { return other->x < edge->x; });
-      std::memmove(at + 1, at, size_t(end_++ - at) * sizeof(RleEdge*));
-      *at++ = edge;
+    RleEdge** const first = edges_.get();
+    RleEdge** tail = end_;
+    for (RleEdge** joining = bucket.end; joining != bucket.edges;) {
+      RleEdge* const edge = *--joining;
+      const auto stillToCome = joining - bucket.edges;
+      RleEdge** const at = std::partition_point(
+          first, tail, [&](const RleEdge* other) { return other->x < edge->x; });
+      std::memmove(at + stillToCome + 1, at, size_t(tail - at) * sizeof(RleEdge*));
+      at[stillToCome] = edge;
+      tail = at;
     }
+    end_ += bucket.end - bucket.edges;
   }
 
   // Writes the spans of row y, clipped to [0, width), to `spans`, and moves on to the next row.
   // Returns the end of the spans. There is room for one more than there can be.
+  RleRun* scan(int32_t y, bool evenOdd, int32_t width, RleRun* spans) {
+    constexpr int32_t kOdd = 1;
+    constexpr int32_t kNotZero = -1;
+    return evenOdd ? scanInside<kOdd>(y, width, spans) : scanInside<kNotZero>(y, width, spans);
+  }
+
+ private:
+  // The inside is where the winding number has one of these bits.
   template <int32_t insideBits>
-  RleRun* scan(int32_t y, int32_t width, RleRun* spans) {
+  RleRun* scanInside(int32_t y, int32_t width, RleRun* spans) {
     int32_t winding = 0;
     uint32_t start = 0;
     int32_t lastX = INT32_MIN;
-    RleEdge** const edges = edges_.get();
-    RleEdge** kept = edges;
-    for (RleEdge** at = edges; at != end_; ++at) {
+    RleEdge** kept = edges_.get();
+    for (RleEdge** at = kept; at != end_; ++at) {
       RleEdge& edge = **at;
       uint32_t column = uint32_t(edge.x);
       if (column > uint32_t(width)) column = edge.x < 0 ? 0 : uint32_t(width);
@@ -73,18 +83,23 @@ class ActiveEdges {
       }
       if (edge.bottom == y) continue;
       stepDown(edge);
-      RleEdge** to = kept++;
-      if (edge.x >= lastX)
-        lastX = edge.x;
+      *kept++ = &edge;
+      if (edge.x < lastX) [[unlikely]]
+        sortBack(kept - 1);
       else
-        for (; to != edges && to[-1]->x > edge.x; --to) *to = to[-1];
-      *to = &edge;
+        lastX = edge.x;
     }
     end_ = kept;
     return spans;
   }
 
- private:
+  // Sorts an edge in among those before it, behind the ones with the same x.
+  void sortBack(RleEdge** at) {
+    RleEdge* const edge = *at;
+    for (; at != edges_.get() && at[-1]->x > edge->x; --at) *at = at[-1];
+    *at = edge;
+  }
+
   OwnedEdgeList edges_;
   RleEdge** end_;
 };
@@ -104,15 +119,13 @@ extern "C" void rleFillPolygon(RleRect* image, int32_t count, RlePoint* points, 
   if (!active || spans == nullptr) return;
   rle::RunScratch rowScratch;
   const rle::Paint paint = rle::paintFor(colour, pattern, mode);
-  const int32_t insideBits = fillRule == 0 ? rle::kOdd : rle::kNotZero;
   const rle::RleScanBucket* bucket = table.firstBucket();
   for (int32_t y = table.smallestY(); y < table.largestY(); ++y) {
     if (bucket != nullptr && bucket->scanline == y) {
       active.join(*bucket);
       bucket = bucket->next;
     }
-    RleRun* const end = insideBits == 1 ? active.scan<1>(y, image->width, spans)
-                                        : active.scan<-1>(y, image->width, spans);
+    RleRun* const end = active.scan(y, fillRule == 0, image->width, spans);
     rle::paintRow(*image, uint16_t(y), {spans, end}, paint, pattern, mode, rowScratch);
   }
 }

@@ -42,8 +42,9 @@ class RowLists {
       if (!memory_) return false;
     }
     second_ = !second_;
-    row = {memory_.get() + (second_ ? kMaxElements : 0), 0};
-    return sortOut(line, memory_.get() + (second_ ? kMaxElements : 0), row.count);
+    uint16_t* const elements = memory_.get() + (second_ ? kMaxElements : 0);
+    row = {elements, 0};
+    return sortOut(line, elements, row.count);
   }
 
  private:
@@ -67,11 +68,8 @@ class RowLists {
     return true;
   }
 
-  struct FreeMemory {
-    void operator()(uint16_t* memory) const { std::free(memory); }
-  };
   uint32_t width_;
-  std::unique_ptr<uint16_t, FreeMemory> memory_;
+  std::unique_ptr<uint16_t, FreeWith<std::free>> memory_;
   bool second_ = false;
 };
 

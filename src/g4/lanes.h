@@ -15,7 +15,12 @@ namespace rle::g4 {
 
 constexpr uint32_t kLanes = 8;
 using Lanes = int16_t __attribute__((vector_size(2 * kLanes)));
+using WrappingLanes = uint16_t __attribute__((vector_size(2 * kLanes)));
 using ByteLanes = int8_t __attribute__((vector_size(kLanes)));
+
+// Sums and differences that do not fit wrap round.
+inline Lanes plus(Lanes a, Lanes b) { return Lanes(WrappingLanes(a) + WrappingLanes(b)); }
+inline Lanes minus(Lanes a, Lanes b) { return Lanes(WrappingLanes(a) - WrappingLanes(b)); }
 
 inline Lanes load(const uint16_t* elements) {
   Lanes lanes;

@@ -26,7 +26,8 @@
 //     reference[b1 + i - 1] <= element i < reference[b1 + i + 1]
 //
 // When this does not hold somewhere - at the end of every row at the latest, where the reference
-// stops to ascend - the byte's codes are taken one by one.
+// stops to ascend - the codes before that place are taken, the code there is taken with care, and
+// the rest of the byte is looked up anew.
 
 #include "g4/row_decoder.h"
 
@@ -105,7 +106,7 @@ class RowDecoder::Row {
   // that was all. They do not complete the row.
   bool verticals(const Step& step, uint32_t& taken) {
     const Lanes offsets = widened(step.offsets);
-    const Lanes elements = load(b1_) + offsets;
+    const Lanes elements = plus(load(b1_), offsets);
     Lanes before = __builtin_shufflevector(Lanes{}, elements, 0, 8, 9, 10, 11, 12, 13, 14);
     before[0] = int16_t(runStart());
     const Lanes inOrder =
@@ -265,7 +266,7 @@ RowDecoder::Result RowDecoder::next() {
   uint32_t bits = bitsLeft_;  // what the step looks at, below a 1
   const Step* step = &kSteps[kPartialSteps + bits];
   for (;;) {
-    uint32_t taken;
+    uint32_t taken = 0;
     if (!row.verticals(*step, taken)) [[unlikely]] {
       row.vertical(step->offsets[taken]);
       bits >>= step->bitsThrough(taken);

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "model/owners.h"
 #include "rle.h"
 
 namespace rle::g4 {
@@ -41,9 +42,6 @@ class RowDecoder {
   uint32_t elementCount() const { return referenceCount_; }
 
  private:
-  struct FreeMemory {
-    void operator()(uint16_t* memory) const { std::free(memory); }
-  };
   class Row;
 
   Result finish(const Row& row, uint32_t bitsLeft);
@@ -56,7 +54,7 @@ class RowDecoder {
   uint32_t referenceCount_ = 0;
   uint16_t* reference_ = nullptr;
   uint16_t* coding_ = nullptr;
-  std::unique_ptr<uint16_t, FreeMemory> memory_;
+  std::unique_ptr<uint16_t, FreeWith<std::free>> memory_;
 };
 
 }  // namespace rle::g4

@@ -50,10 +50,10 @@ struct VerticalCodes {
   // Reads the reference from one element before b1 to kLanes behind it.
   VerticalCodes(const uint16_t* b1, const uint16_t* a1) {
     const Lanes elements = load(a1);
-    const Lanes offset = elements - load(b1);
+    const Lanes offset = minus(elements, load(b1));
     const Lanes vertical = (offset >= int16_t{-kMaxOffset}) & (offset <= int16_t{kMaxOffset}) &
                            ~(load(b1 - 1) > elements) & (load(b1 + 1) > elements);
-    offsets = narrowed(offset + int16_t{kMaxOffset});
+    offsets = narrowed(plus(offset, Lanes{} + int16_t{kMaxOffset}));
     count = countSet(narrowed(vertical));
   }
 
@@ -109,7 +109,7 @@ bool RowEncoder::row(Elements above, Elements row) {
       if (!out.makeRoom(kVerticalRoom)) return false;
       out.put(kVerticalWords[size_t(offset + kMaxOffset)]);
       a0 = a1;
-      b1 += b1 > 0 && reference[b1 - 1] > a0 ? -1 : 1;
+      b1 = b1 > 0 && reference[b1 - 1] > a0 ? b1 - 1 : b1 + 1;
     } else {
       if (!out.makeRoom(kPairRoom)) return false;
       out.put(kHorizontalWord);

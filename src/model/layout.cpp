@@ -27,6 +27,10 @@ static_assert(sizeof(RlePoint) == 8);
 static_assert(offsetof(RlePoint, x) == 0);
 static_assert(offsetof(RlePoint, y) == 4);
 
+static_assert(sizeof(RleDPoint) == 16);
+static_assert(offsetof(RleDPoint, x) == 0);
+static_assert(offsetof(RleDPoint, y) == 8);
+
 static_assert(sizeof(RlePoly) == 40);
 static_assert(offsetof(RlePoly, count) == 0);
 static_assert(offsetof(RlePoly, points) == 8);

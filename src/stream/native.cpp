@@ -23,6 +23,8 @@ constexpr uint16_t kLegacyUnknownResolution = 75;
 constexpr uint32_t kFirstVersion = 1;
 constexpr uint32_t kDefaultResolution = 400;
 constexpr uint32_t kMaxRows = 65535;
+constexpr uint32_t kNoPoints = 0;
+constexpr uint32_t kEvenOdd = 0;
 constexpr int32_t kFromHere = 1;  // origin of a seek
 
 // Reads over a polygon section, whatever it holds.
@@ -83,7 +85,9 @@ int32_t rleWriteHeader(RleFile* file, RleFile* header, int32_t withEmptyPoly) {
       !rle::write32(stream, h.resolution))
     return 0;
   if (withEmptyPoly != 1) return 1;
-  return rle::write32(stream, 0) && rle::write32(stream, 0) ? 1 : 0;
+  for (const uint32_t word : {rle::kNoPoints, rle::kEvenOdd})
+    if (!rle::write32(stream, word)) return 0;
+  return 1;
 }
 
 RleFile* rleReadHeader(RleFile* file, int32_t skipPoly) {

@@ -33,10 +33,13 @@ class LineSteps {
   }
 
   bool ready() const { return steps_ != nullptr; }
-  uint32_t count() const { return count_; }
+  int32_t count() const { return int32_t(count_); }
+
+  // Counts the steps from the other end from now on.
+  void reverse() { std::reverse(steps_.get(), steps_.get() + count_); }
 
   // The step at `height` away from the line's start.
-  const Step& operator[](uint32_t height) const { return steps_[height]; }
+  const Step& operator[](int32_t height) const { return steps_[uint32_t(height)]; }
 
  private:
   void walk(int32_t x0, int32_t dx, int32_t dy) {

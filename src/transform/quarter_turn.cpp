@@ -45,7 +45,8 @@ bool gatherColumns(const RleRect& rect, bool fromBelow, RunLists& columns) {
           for (uint32_t x = start; x < std::min(end, width); ++x) begins[x] = uint16_t(y);
         },
         [&](uint32_t start, uint32_t end) {
-          for (uint32_t x = start; x < std::min(end, width); ++x) columns.append(x, begins[x], y);
+          for (uint32_t x = start; x < std::min(end, width); ++x)
+            columns.append(x, begins[x], int32_t(y));
         });
     previous = row;
   }

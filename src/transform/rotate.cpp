@@ -28,8 +28,10 @@
 #include <span>
 
 #include "model/owners.h"
+#include "model/runs.h"
 #include "rle.h"
 #include "transform/heap_array.h"
+#include "transform/joining_writer.h"
 #include "transform/line_steps.h"
 #include "transform/row_difference.h"
 #include "transform/run_lists.h"
@@ -147,117 +149,98 @@ void Geometry::placeLines() {
   dy = y1 - y0;
 }
 
-// The stretches of the lines that are black: for line k, the values of the walked coordinate that
-// lie within the turned runs of its source row, clipped to [low, low + length) and counted from
-// low.
+// The stretches of the lines that are black. They are the same for all lines of a source row: the
+// values of the walked coordinate that lie within the turned runs of the row, clipped to
+// [low, low + length) and counted from low.
 class LineSpans {
  public:
   LineSpans(const Geometry& geometry, const RleRect& source, int32_t low, int32_t length)
-      : geometry_(geometry), source_(source), low_(low), length_(length) {
-    uint32_t mostRuns = 0;
-    for (uint32_t y = 0; y < source.height; ++y)
-      mostRuns = std::max<uint32_t>(mostRuns, source.rows[y]->count);
-    for (auto& buffer : buffers_) buffer = zeroedArray<RleRun>(mostRuns);
-  }
-
-  bool ready() const { return buffers_[0] && buffers_[1]; }
-
-  // Valid until the next call but one.
-  std::span<const RleRun> of(int32_t line) {
-    const int32_t row = sourceRow(line);
-    if (row < 0 || row >= source_.height) return {};
-    if (row != row_) {
-      std::swap(buffers_[0], buffers_[1]);
-      count_ = fill(row);
-      row_ = row;
+      : geometry_(geometry), rows_(zeroedArray<Row>(source.height)) {
+    size_t runs = 1;  // a place that writing a row without spans may use
+    for (uint32_t y = 0; y < source.height; ++y) runs += source.rows[y]->count;
+    spans_ = zeroedArray<RleRun>(runs);
+    if (!ready()) return;
+    RleRun* next = spans_.get();
+    for (uint32_t y = 0; y < source.height; ++y) {
+      rows_[y] = {next, turnedRuns(*source.rows[y], geometry.sourceHeight - y, low, length, next)};
+      next += rows_[y].count;
     }
-    return {buffers_[0].get(), count_};
   }
 
- private:
-  int32_t sourceRow(int32_t line) const {
+  bool ready() const { return rows_ && spans_; }
+
+  // Nothing for a line that passes by the source.
+  std::span<const RleRun> of(int32_t line) const {
     const Geometry& g = geometry_;
     const double x = g.x0 + (g.steep ? line : 0);
     const double y = g.y0 + (g.steep ? 0 : line);
-    return nearest((x - g.offX) * g.angle.s + g.sourceHeight - (y - g.offY) * g.angle.c);
+    const int32_t row =
+        nearest((x - g.offX) * g.angle.s + g.sourceHeight - (y - g.offY) * g.angle.c);
+    if (row < 0 || row >= g.sourceHeight) return {};
+    return {rows_[size_t(row)].first, rows_[size_t(row)].count};
   }
+
+ private:
+  struct Row {
+    const RleRun* first;
+    uint32_t count;
+  };
 
   // Both ends of a run are limits that a line reaches, so a span covers one point more than their
   // difference. Rounding may bring spans together.
-  uint32_t fill(int32_t row) {
+  uint32_t turnedRuns(const RleLine& row, double h, int32_t low, int32_t length,
+                      RleRun* out) const {
     const Geometry& g = geometry_;
-    const double h = g.sourceHeight - row;
     const double scale = g.steep ? g.angle.s : g.angle.c;
     const double shift = g.steep ? h * g.angle.c : -(h * g.angle.s);
     const double offset = g.steep ? g.offY : g.offX;
-    const auto limit = [&](uint32_t x) { return nearest(x * scale + shift + offset) - low_; };
-    const RleLine& source = *source_.rows[row];
-    RleRun* const spans = buffers_[0].get();
-    uint32_t count = 0;
-    int32_t lastEnd = -1;
-    const auto add = [&](int32_t first, int32_t last) {
-      const int32_t start = std::max(first, 0);
-      const int32_t end = std::min(last + 1, length_);
-      if (start >= end) return;
-      if (start > lastEnd) spans[count++].start = uint16_t(start);
-      lastEnd = std::max(lastEnd, end);
-      spans[count - 1].end = uint16_t(lastEnd);
+    JoiningWriter spans(out);
+    const auto limit = [&](uint32_t x) { return nearest(x * scale + shift + offset) - low; };
+    const auto add = [&](uint32_t first, uint32_t last) {
+      spans.add(std::clamp(limit(first), 0, length), std::min(limit(last) + 1, length));
     };
     if (g.ascending) {
-      for (uint32_t i = 0; i < source.count; ++i)
-        add(limit(source.runs[i].start), limit(source.runs[i].end));
+      for (uint32_t i = 0; i < row.count; ++i) add(row.runs[i].start, row.runs[i].end);
     } else {
-      for (uint32_t i = source.count; i-- > 0;)
-        add(limit(source.runs[i].end), limit(source.runs[i].start));
+      for (uint32_t i = row.count; i-- > 0;) add(row.runs[i].end, row.runs[i].start);
     }
-    return count;
+    return spans.finish();
   }
 
   const Geometry& geometry_;
-  const RleRect& source_;
-  int32_t low_;
-  int32_t length_;
-  HeapArray<RleRun> buffers_[2];  // of the line asked for last, and of the one before it
-  uint32_t count_ = 0;
-  int32_t row_ = -1;  // whose spans buffers_[0] holds
+  HeapArray<Row> rows_;
+  HeapArray<RleRun> spans_;
 };
 
 // Gathers the rows of a result whose lines are shallow.
 bool gatherShallow(const Geometry& g, const RleRect& source, const RleRect& result,
                    RunLists& rows) {
-  const LineSteps steps(g.x0, g.dx, g.dy);
-  LineSpans lines(g, source, 0, result.width);
-  // The step that a line is at when it first comes to a column. Steps count from the left here,
-  // also for lines that are walked from the right.
+  LineSteps steps(g.x0, g.dx, g.dy);
+  const LineSpans lines(g, source, 0, result.width);
   const HeapArray<int32_t> stepAt = zeroedArray<int32_t>(result.width);
   if (!rows.ready() || !steps.ready() || !lines.ready() || !stepAt) return false;
-  const auto lastStep = int32_t(steps.count() - 1);
-  const auto stepFromLeft = [&](int32_t i) -> const LineSteps::Step& {
-    return steps[uint32_t(g.dx < 0 ? lastStep - i : i)];
-  };
-  for (int32_t i = 0, x = 0; i <= lastStep; ++i)
-    for (; x <= std::min(stepFromLeft(i).last, result.width - 1); ++x) stepAt[uint32_t(x)] = i;
+  // Steps count from the left here, also for lines that are walked from the right.
+  if (g.dx < 0) steps.reverse();
+  // The step that a line is at when it first comes to a column.
+  for (int32_t i = 0, x = 0; i < steps.count(); ++i)
+    for (; x <= std::min(steps[i].last, result.width - 1); ++x) stepAt[uint32_t(x)] = i;
 
   const bool rising = (g.dx < 0) == (g.dy < 0);  // each step is one row above the one before
   const int32_t down = rising ? -1 : 1;
   for (int32_t n = 0; n < g.lines; ++n) {
     const int32_t k = rising ? g.lines - 1 - n : n;
-    const std::span<const RleRun> spans = lines.of(k);
-    if (spans.empty()) continue;
+    // Step i of the line is in row leftRow + down * i, and these steps are in the result.
     const int32_t startRow = g.height - 1 - (g.y0 + k);
     const int32_t leftRow = g.dx < 0 ? startRow - g.dy : startRow;
-    const int32_t toTop = rising ? leftRow - (result.height - 1) : -leftRow;
-    const int32_t toBottom = rising ? leftRow : result.height - 1 - leftRow;
-    const int32_t firstStep = std::max(toTop, 0);
-    const int32_t stopStep = std::min(toBottom, lastStep) + 1;
-    for (const RleRun span : spans)
-      for (int32_t i = std::max(stepAt[span.start], firstStep); i < stopStep; ++i) {
-        const LineSteps::Step& step = stepFromLeft(i);
-        if (step.first >= span.end) break;
-        rows.append(uint32_t(leftRow + down * i),
-                    uint32_t(std::max<int32_t>(step.first, span.start)),
-                    uint32_t(std::min<int32_t>(step.last + 1, span.end)));
-      }
+    const int32_t first = std::max(0, rising ? leftRow - (result.height - 1) : -leftRow);
+    const int32_t last =
+        std::min(steps.count() - 1, rising ? leftRow : result.height - 1 - leftRow);
+    for (const RleRun span : lines.of(k)) {
+      int32_t i = std::max(stepAt[span.start], first);
+      for (; i <= last && steps[i].first < span.end; ++i)
+        rows.append(uint32_t(leftRow + down * i), std::max<int32_t>(steps[i].first, span.start),
+                    std::min<int32_t>(steps[i].last + 1, span.end));
+    }
   }
   return true;
 }
@@ -266,7 +249,7 @@ bool gatherShallow(const Geometry& g, const RleRect& source, const RleRect& resu
 bool gatherSteep(const Geometry& g, const RleRect& source, const RleRect& result, RunLists& rows) {
   const int32_t low = g.height - result.height;  // heights below it are not in the result
   const LineSteps steps(g.x0, g.dx, g.dy);
-  LineSpans lines(g, source, low, result.height);
+  const LineSpans lines(g, source, low, result.height);
   const HeapArray<int32_t> begins = zeroedArray<int32_t>(result.height);
   if (!rows.ready() || !steps.ready() || !lines.ready() || !begins) return false;
   std::span<const RleRun> previous;
@@ -279,30 +262,15 @@ bool gatherSteep(const Geometry& g, const RleRect& source, const RleRect& result
         [&](uint32_t start, uint32_t end) { std::fill(&begins[start], &begins[end], k); },
         [&](uint32_t start, uint32_t end) {
           for (uint32_t y = start; y < end; ++y) {
-            const LineSteps::Step& step = steps[uint32_t(std::abs(int32_t(y) + low - g.y0))];
+            const LineSteps::Step step = steps[std::abs(int32_t(y) + low - g.y0)];
             const int32_t first = std::max(step.first + begins[y], 0);
             const int32_t stop = std::min<int32_t>(step.last + k, result.width);
-            if (first < stop) rows.append(result.height - 1U - y, uint32_t(first), uint32_t(stop));
+            if (first < stop) rows.append(result.height - 1U - y, first, stop);
           }
         });
     previous = spans;
   }
   return true;
-}
-
-// A buffer for `count` runs, of the size that a row's buffer has after being fitted to 1 run, 2
-// runs and so on. That is the size of a fresh one unless spare room counts as too much from the
-// start.
-RleRun* grownRuns(uint32_t count) {
-  if (rleRunAllocMinExtra <= rleRunAllocMaxExtra) return rleAllocRuns(count);
-  OwnedRuns runs(rleAllocRuns(1));
-  for (uint32_t n = 2; runs && n <= count; ++n) {
-    RleRun* const fitted = rleReAllocRuns(runs.get(), n);
-    if (fitted == nullptr) return nullptr;
-    static_cast<void>(runs.release());
-    runs.reset(fitted);
-  }
-  return runs.release();
 }
 
 // Where the top left corner of the source lies in the result.
@@ -350,8 +318,9 @@ extern "C" RleRect* rleRotateRect(RleRect* rect, double angle, double* cornerX, 
     const uint32_t count = rows.count(y);
     if (count == 0) continue;
     RleLine& row = *result->rows[y];
-    row.runs = rle::grownRuns(count);
-    if (row.runs == nullptr) continue;
+    rle::CapacityPlan plan(row.runs);  // as if the runs had been set one after the other
+    plan.fitRising(1, count);
+    if (!plan.carryOut(row.runs, count)) continue;
     row.count = uint16_t(count);
     rows.copyTo(y, row.runs);
   }

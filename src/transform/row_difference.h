@@ -21,55 +21,58 @@ namespace rle {
 template <class Opened, class Closed>
 void forEachDifference(std::span<const RleRun> older, std::span<const RleRun> newer, Opened opened,
                        Closed closed) {
-  // What is left of a row's current run. A row that is used up offers a run beyond every column,
-  // which no run of a real row can be taken for, not even one that ends at column 65535.
-  struct Rest {
-    const RleRun* next;
-    const RleRun* last;
-    uint32_t start = 0;
-    uint32_t end = 0;
-
-    explicit Rest(std::span<const RleRun> row) : next(row.data()), last(next + row.size()) {
-      advance();
-    }
-    void advance() {
-      constexpr uint32_t kBeyond = 65536;
-      start = next == last ? kBeyond : next->start;
-      end = next == last ? kBeyond : next->end;
-      more = next != last;
-      if (more) ++next;
-    }
-    bool more = false;
+  // A row that is used up offers a run beyond every column, which no run of a real row can be taken
+  // for, not even one that ends at column 65535.
+  constexpr uint32_t kBeyond = 65536;
+  const RleRun* a = older.data();
+  const RleRun* b = newer.data();
+  const RleRun* const aLast = a + older.size();
+  const RleRun* const bLast = b + newer.size();
+  uint32_t aStart, aEnd, bStart, bEnd;  // what is left of the current runs
+  const auto loadA = [&] {
+    aStart = a != aLast ? a->start : kBeyond;
+    aEnd = a != aLast ? a->end : kBeyond;
   };
-
-  Rest a(older);
-  Rest b(newer);
-  while (a.more || b.more) {
-    if (a.start < b.start) {
-      if (a.end <= b.start) {
-        closed(a.start, a.end);
-        a.advance();
+  const auto loadB = [&] {
+    bStart = b != bLast ? b->start : kBeyond;
+    bEnd = b != bLast ? b->end : kBeyond;
+  };
+  loadA();
+  loadB();
+  for (;;) {
+    if (aStart < bStart) {
+      if (aEnd <= bStart) {
+        closed(aStart, aEnd);
+        ++a;
+        loadA();
         continue;
       }
-      closed(a.start, b.start);
-    } else if (b.start < a.start) {
-      if (b.end <= a.start) {
-        opened(b.start, b.end);
-        b.advance();
+      closed(aStart, bStart);
+    } else if (bStart < aStart) {
+      if (bEnd <= aStart) {
+        opened(bStart, bEnd);
+        ++b;
+        loadB();
         continue;
       }
-      opened(b.start, a.start);
+      opened(bStart, aStart);
+    } else if (aStart == kBeyond) {
+      return;
     }
     // From here both are black up to the nearer end.
-    if (a.end < b.end) {
-      b.start = a.end;
-      a.advance();
-    } else if (b.end < a.end) {
-      a.start = b.end;
-      b.advance();
+    if (aEnd < bEnd) {
+      bStart = aEnd;
+      ++a;
+      loadA();
+    } else if (bEnd < aEnd) {
+      aStart = bEnd;
+      ++b;
+      loadB();
     } else {
-      a.advance();
-      b.advance();
+      ++a;
+      ++b;
+      loadA();
+      loadB();
     }
   }
 }

@@ -5,7 +5,12 @@
 // neither a reallocation nor a copy while it grows; when everything has arrived its runs are copied
 // once into a run buffer of the right size.
 //
-//     list ──> block ──> block ──> block      the newest block first; only it has free places
+//     list: newest run, still growing ─┐
+//                                      v
+//     block <── older ── block <── older ── block      only the newest block has free places
+//
+// The newest run stays in the list until one arrives that does not touch it: most pieces of a
+// turned run only lengthen it, and neighbouring lists lie side by side in memory.
 //
 // Memory: 16 bytes for each row and one block of 128 bytes for every 30 runs or part of them.
 
@@ -13,6 +18,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "rle.h"
@@ -23,8 +29,7 @@ namespace rle {
 class RunLists {
  public:
   explicit RunLists(uint32_t count) : lists_(zeroedArray<List>(count)) {
-    if (!lists_) return;
-    for (uint32_t i = 0; i < count; ++i) lists_[i] = {nullptr, kBlockRuns, kNoRun};
+    if (lists_) std::fill_n(lists_.get(), count, List{&none_.runs.back(), 0, kNoRun});
   }
   RunLists(const RunLists&) = delete;
   RunLists& operator=(const RunLists&) = delete;
@@ -35,18 +40,22 @@ class RunLists {
   // False once a run was left out for lack of memory.
   bool complete() const { return complete_; }
 
-  // Appends columns [start, end) to a list whose last run starts at `start` or before it. Joins
+  // Appends columns [start, end) to a list whose newest run starts at `start` or before it. Joins
   // the two when they touch.
-  void append(uint32_t list, uint32_t start, uint32_t end) {
+  void append(uint32_t list, int32_t start, int32_t end) {
+    // Which pieces join follows no pattern, so there is no branch for it: the newest run is put to
+    // its place in any case, and one that has only grown is put there again.
     List& l = lists_[list];
-    if (int32_t(start) <= l.lastEnd) {
-      l.lastEnd = std::max(l.lastEnd, int32_t(end));
-      l.block->runs[l.used - 1].end = uint16_t(l.lastEnd);
-      return;
-    }
-    if (l.used == kBlockRuns && !startBlock(l)) return;
-    l.lastEnd = int32_t(end);
-    l.block->runs[l.used++] = {uint16_t(start), uint16_t(end)};
+    const int32_t newestStart = l.start;
+    const int32_t newestEnd = l.end;
+    RleRun* next = l.next;
+    *next = {uint16_t(newestStart), uint16_t(newestEnd)};
+    const int32_t gap = start > newestEnd;
+    next += gap;
+    l.next = next;
+    l.start = newestStart + ((start - newestStart) & -gap);
+    l.end = std::max(newestEnd, end);
+    if (reinterpret_cast<uintptr_t>(next) % kBlockBytes == 0) startBlock(l);
   }
 
   // The number of runs of a list.
@@ -56,31 +65,42 @@ class RunLists {
   void copyTo(uint32_t list, RleRun* out) const;
 
  private:
-  static constexpr uint32_t kBlockRuns = 30;  // with the link, 128 bytes: two cache lines
-  static constexpr int32_t kNoRun = -1;       // ends before every column
+  static constexpr size_t kBlockBytes = 128;
+  static constexpr uint32_t kBlockRuns = (kBlockBytes - sizeof(void*)) / sizeof(RleRun);
   static constexpr uint32_t kSlabBlocks = 500;
+  static constexpr int32_t kNoRun = -1;  // ends before every column
 
-  struct Block {
+  // Aligned to its size, so that the address after its last run tells that it is full.
+  struct alignas(kBlockBytes) Block {
     Block* older;
     std::array<RleRun, kBlockRuns> runs;
   };
+  static_assert(sizeof(Block) == kBlockBytes);
+
   struct List {
-    Block* block;
-    uint32_t used;    // places taken in `block`; all of them while there is no block
-    int32_t lastEnd;  // end of the last run
+    RleRun* next;   // the place for the newest run
+    int32_t start;  // the newest run
+    int32_t end;
   };
+
   // Blocks are handed out from slabs, and released with them.
   struct Slab {
     Slab* next;
-    std::array<Block, kSlabBlocks> blocks;
+    std::byte room[(kSlabBlocks + 1) * kBlockBytes];  // for kSlabBlocks, once aligned
   };
 
-  bool startBlock(List& list);
+  static Block* blockOf(const RleRun* run) {
+    return reinterpret_cast<Block*>(reinterpret_cast<uintptr_t>(run) & ~(kBlockBytes - 1));
+  }
+
+  void startBlock(List& list);
 
   HeapArray<List> lists_;
   Slab* slabs_ = nullptr;
-  uint32_t slabUsed_ = kSlabBlocks;
+  Block* free_ = nullptr;  // the next block of the newest slab
+  uint32_t freeBlocks_ = 0;
   bool complete_ = true;
+  Block none_;  // what lists without a block point to
 };
 
 }  // namespace rle

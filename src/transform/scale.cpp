@@ -19,6 +19,7 @@
 #include "model/owners.h"
 #include "rle.h"
 #include "transform/heap_array.h"
+#include "transform/joining_writer.h"
 
 namespace rle {
 namespace {
@@ -49,25 +50,11 @@ struct Rounded {
 // how many are left.
 template <class Scale>
 uint32_t scaleRuns(std::span<const RleRun> runs, Scale scale, uint32_t width, RleRun* out) {
-  // A run is written out when the next one leaves a gap. Which runs vanish or meet follows no
-  // pattern, so the loop has no branch for it: a run that must not stay is written over.
-  uint32_t count = 0;
-  int32_t start = 0;
-  int32_t end = -1;
-  const auto writeOut = [&](bool gap) {
-    out[count] = {uint16_t(start), uint16_t(end)};
-    count += uint32_t(gap) & uint32_t(start < end);
-  };
-  for (const RleRun run : runs) {
-    const int32_t nextStart = uint16_t(scale(run.start));
-    const int32_t nextEnd = uint16_t(std::min<uint32_t>(uint16_t(scale(run.end)), width));
-    const bool gap = nextStart > end;
-    writeOut(gap);
-    start = gap ? nextStart : start;
-    end = std::max(end, nextEnd);
-  }
-  writeOut(true);
-  return count;
+  JoiningWriter scaled(out);
+  for (const RleRun run : runs)
+    scaled.add(uint16_t(scale(run.start)),
+               int32_t(std::min<uint32_t>(uint16_t(scale(run.end)), width)));
+  return scaled.finish();
 }
 
 // Gives an empty row a buffer of its own with these runs.

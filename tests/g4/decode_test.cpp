@@ -125,7 +125,7 @@ std::string randomCodes(std::mt19937& random) {
 
 TEST(DecodingGroup4, WalksRandomCodesAndBytesAsTheTreesDo) {
   std::mt19937 random(1);
-  for (int i = 0; i < 40000; ++i) {
+  for (int i = 0; i < 20000; ++i) {
     const bool lsbFirst = random() % 2 != 0;
     const int widths[] = {randomInt(random, 0, 12), randomInt(random, 13, 300), 32764, 32765,
                           65535};

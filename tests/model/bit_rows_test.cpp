@@ -36,6 +36,8 @@ void packEveryOffsetAndWidth(unsigned seed) {
       ASSERT_TRUE(width == 0 || rleCheckRect(rect.get()) == 1);
       ASSERT_EQ(rect->resolution, 0);
     }
+  uint8_t byte = 0xFF;  // and a cache that is left to the end of the thread
+  EXPECT_TRUE(OwnedLine(rlePackLine(&byte, 0, 8)));
 }
 
 TEST(Packing, AgreesWithThePixelsOnEveryThread) {

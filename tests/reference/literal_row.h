@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -15,73 +16,65 @@ namespace rle::test {
 
 struct LiteralRow {
   std::vector<std::pair<int, int>> runs;  // [start, end)
-  bool buffer = false;
-  uint32_t capacity = 0;
+  int64_t capacity = -1;                  // no buffer
 
-  explicit LiteralRow(const RleLine* line) : buffer(line->runs != nullptr) {
-    if (buffer) capacity = capacityOf(line->runs);
+  explicit LiteralRow(const RleLine* line) {
+    if (line->runs != nullptr) capacity = capacityOf(line->runs);
     for (int i = 0; i < line->count; ++i) runs.emplace_back(line->runs[i].start, line->runs[i].end);
   }
 
   bool matches(const RleLine* line) const { return *this == LiteralRow(line); }
   bool operator==(const LiteralRow&) const = default;
 
-  void set(int start, int end) {
-    if (start >= end) return;
-    size_t i = firstEndingFrom(start);
-    if (i == runs.size() || runs[i].first > end) {
+  void edit(bool set, int start, int end) {
+    auto run = runs.begin();
+    while (run != runs.end() && run->second < start) ++run;
+    const bool misses = run == runs.end() || run->first > end;
+    if (start < end) set ? this->set(run, misses, start, end) : clear(run, misses, start, end);
+  }
+
+ private:
+  using Position = std::vector<std::pair<int, int>>::iterator;
+
+  void set(Position run, bool misses, int start, int end) {
+    if (misses) {
       if (runs.size() == 65535) return;
-      runs.insert(runs.begin() + std::ptrdiff_t(i), {start, end});
+      runs.insert(run, {start, end});
       return fit();
     }
-    if (start < runs[i].first) runs[i].first = start;
-    while (i + 1 < runs.size() && runs[i + 1].second < end) drop(i + 1);
-    if (i + 1 < runs.size() && runs[i + 1].first <= end) {
-      runs[i].second = runs[i + 1].second;
-      drop(i + 1);
-    } else if (runs[i].second < end) {
-      runs[i].second = end;
+    run->first = std::min(run->first, start);
+    auto next = run + 1;
+    while (next != runs.end() && next->second < end) next = runs.erase(next);
+    run->second = std::max(run->second, end);
+    if (next != runs.end() && next->first <= end) {
+      run->second = next->second;
+      runs.erase(next);
     }
     fit();
   }
 
-  void clear(int start, int end) {
-    if (start >= end) return;
-    size_t i = firstEndingFrom(start);
-    if (i == runs.size() || runs[i].first > end) return;
-    if (runs[i].first < start && runs[i].second > end) {
+  void clear(Position run, bool misses, int start, int end) {
+    if (misses) return;
+    if (run->first < start && run->second > end) {
       if (runs.size() == 65535) return;
-      runs.insert(runs.begin() + std::ptrdiff_t(i), runs[i]);
-      runs[i].second = start;
-      runs[i + 1].first = end;
+      run = runs.insert(run, *run);
+      run[0].second = start;
+      run[1].first = end;
       return fit();
     }
-    if (runs[i].first < start) runs[i++].second = start;
-    bool deleted = false;
-    for (; i < runs.size() && runs[i].second <= end; deleted = true) drop(i);
-    if (deleted || i == runs.size()) fit();
-    if (i < runs.size() && runs[i].first < end) runs[i].first = end;
+    if (run->first < start) (run++)->second = start;
+    const size_t before = runs.size();
+    while (run != runs.end() && run->second <= end) run = runs.erase(run);
+    if (runs.size() < before || run == runs.end()) fit();
+    if (run != runs.end() && run->first < end) run->first = end;
   }
-
- private:
-  size_t firstEndingFrom(int x) const {
-    size_t i = 0;
-    while (i < runs.size() && runs[i].second < x) ++i;
-    return i;
-  }
-
-  void drop(size_t i) { runs.erase(runs.begin() + std::ptrdiff_t(i)); }
 
   void fit() {
     const auto count = uint32_t(runs.size());
-    if (buffer && capacity >= count && capacity - count > rleRunAllocMaxExtra) return;
-    uint32_t extra = (count * rleRunAllocFactor) >> 15;
-    if (extra < rleRunAllocMinExtra)
-      extra = rleRunAllocMinExtra;
-    else if (extra > rleRunAllocMaxExtra)
-      extra = rleRunAllocMaxExtra;
-    buffer = true;
-    capacity = count + extra;
+    if (capacity >= count && capacity - count > rleRunAllocMaxExtra) return;
+    uint32_t extra = std::min((count * rleRunAllocFactor) >> 15, rleRunAllocMaxExtra);
+    if ((count * rleRunAllocFactor) >> 15 < rleRunAllocMinExtra) extra = rleRunAllocMinExtra;
+    capacity = int64_t{count} + extra;
   }
 };
 
