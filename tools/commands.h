@@ -11,5 +11,8 @@ namespace rle {
 // `status` receives the exit status of the command that runs; it starts as 0.
 void addInfoCommand(CLI::App& app, int& status);
 void addConvertCommand(CLI::App& app);
+void addComponentCommand(CLI::App& app);
+void addNearestCommand(CLI::App& app);
+void addViewCommand(CLI::App& app);
 
 }  // namespace rle

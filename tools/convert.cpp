@@ -35,7 +35,9 @@ Examples:
   rle convert page.tif corner.tif --crop 0,0,1199,799
   rle convert page.tif stamped.tif --merge stamp.tif,1500,200,set
   rle convert page.tif out.tif --pattern grey.tif,0,3000,2478,3507,replace
-  rle convert page.tif page.tif --set-dpi 300)";
+  rle convert page.tif out.tif --polygon "200,100 600,100 400,500;rule=nonzero;colour=0"
+  rle convert page.tif upright.tif --turn -1 --rotate 0.7 --scale 0.5,min
+  rle convert page.tif page.rle --set-dpi 300)";
 
 void addStep(Conversion& conversion, const OperationOption& option, const std::string& value) {
   const std::string asGiven = option.name + (" " + value);
@@ -63,7 +65,7 @@ void addConvertCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("convert", "Edit a page and write it to a file");
   command->footer(kFooter);
   command->add_option("IN", conversion->in, "The page file to read")->required()->type_name("");
-  command->add_option("OUT", conversion->out, "The page file to write, named .tif or .tiff")
+  command->add_option("OUT", conversion->out, "The page file to write, named .tif, .tiff or .rle")
       ->required()
       ->type_name("");
   for (const OperationOption& option : operationOptions())

@@ -70,20 +70,29 @@ nlohmann::ordered_json asJson(const std::string& name, const PageFile& file, con
 
 void print(const std::string& name, const PageFile& file, const Facts& facts) {
   const RleRect& page = *file.page;
-  const double millimetres = 25.4 / std::max<int>(page.resolution, 1);
+  char size[64] = "";
+  if (page.resolution != 0) {
+    const double millimetres = 25.4 / page.resolution;
+    std::snprintf(size, sizeof size, ", %.1f x %.1f mm", page.width * millimetres,
+                  page.height * millimetres);
+  }
+  const std::string resolution =
+      page.resolution == 0 ? "not known" : std::to_string(page.resolution) + " dpi";
+  std::string strips;
+  if (file.strips != 0)
+    strips = ", " + std::to_string(file.strips) + (file.strips == 1 ? " strip" : " strips");
   char text[512];
   std::snprintf(text, sizeof text,
-                "  size        %d x %d pixels, %.1f x %.1f mm\n"
-                "  resolution  %d dpi\n"
+                "  size        %d x %d pixels%s\n"
+                "  resolution  %s\n"
                 "  runs        %llu, %.1f a row\n"
                 "  black       %.2f %%\n"
-                "  file        %s, %s, %u strip%s, %llu bytes\n"
+                "  file        %s, %s%s, %llu bytes\n"
                 "  in memory   %llu bytes as runs, %llu bytes as bits\n",
-                page.width, page.height, page.width * millimetres, page.height * millimetres,
-                page.resolution, static_cast<unsigned long long>(facts.runs),
-                double(facts.runs) / page.height, 100 * blackShare(page, facts),
-                file.format.c_str(), file.compression.c_str(), file.strips,
-                file.strips == 1 ? "" : "s", static_cast<unsigned long long>(file.byteCount),
+                page.width, page.height, size, resolution.c_str(),
+                static_cast<unsigned long long>(facts.runs), double(facts.runs) / page.height,
+                100 * blackShare(page, facts), file.format.c_str(), file.compression.c_str(),
+                strips.c_str(), static_cast<unsigned long long>(file.byteCount),
                 static_cast<unsigned long long>(facts.bytesAsRuns),
                 static_cast<unsigned long long>(facts.bytesAsBits));
   std::cout << name << '\n' << text;

@@ -25,6 +25,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr uint32_t kNativeMagic = 0x524C4300;
+constexpr uint32_t kLegacyMagic = 0x51756962;
 constexpr uint32_t kTiffHeaderSize = 186;
 constexpr int kGroup4ColourType = 4;      // 1 is black
 constexpr uint32_t kMaxTiffSide = 65534;  // what rleReadOneStripTiffG4Info accepts
@@ -74,6 +76,18 @@ const char* faultInWords(int code) {
   }
 }
 
+PageFile readNative(const std::string& path, const char* format) {
+  const OwnedStream stream = openStream(path, XIO_READ, path);
+  PageFile file;
+  file.page.reset(rleLoadRect(stream.get()));
+  if (!file.page)
+    throw Failure(path, stream->ops->hasError(stream.get()) ? "the file is cut short or damaged"
+                                                            : "out of memory");
+  file.format = format;
+  file.compression = "runs";
+  return file;
+}
+
 PageFile readTiff(const std::string& path) {
   const std::string refusal = tiffRefusal(*openStream(path, XIO_READ, path));
   if (!refusal.empty()) throw Failure(path, refusal);
@@ -98,6 +112,13 @@ PageFile readTiff(const std::string& path) {
   return file;
 }
 
+void writeNative(const std::string& path, RleRect& page, const std::string& shownAs) {
+  OwnedStream stream = openStream(path, XIO_WRITE, shownAs);
+  const bool written = rleUnload(stream.get(), &page) == 1;
+  const bool closed = stream->ops->destroy(stream.release()) == 0;
+  if (!written || !closed) throw Failure(shownAs, "cannot be written");
+}
+
 void writeTiff(const std::string& path, RleRect& page, const std::string& shownAs) {
   OwnedStream owner = openStream(path, XIO_WRITE, shownAs);
   RleStream* const stream = owner.get();
@@ -114,6 +135,29 @@ void writeTiff(const std::string& path, RleRect& page, const std::string& shownA
   // Closing writes what is still buffered, so it can fail too.
   if (stream->ops->destroy(owner.release()) != 0) written = false;
   if (!written) throw Failure(shownAs, "cannot be written");
+}
+
+// By the first four bytes.
+PageFile readByContent(const std::string& path) {
+  const OwnedStream stream = openStream(path, XIO_READ, path);
+  switch (stream->ops->getWord32(stream.get())) {
+    case kNativeMagic:
+      return readNative(path, "native");
+    case kLegacyMagic:
+      return readNative(path, "native, legacy header");
+    default:
+      return readTiff(path);
+  }
+}
+
+enum class Format { tiff, native };
+
+Format formatFor(const std::string& path) {
+  std::string extension = fs::path(path).extension().string();
+  for (char& letter : extension) letter = char(std::tolower(static_cast<unsigned char>(letter)));
+  if (extension == ".rle") return Format::native;
+  if (extension.empty() || extension == ".tif" || extension == ".tiff") return Format::tiff;
+  throw Failure(path, "only files named .tif, .tiff or .rle can be written");
 }
 
 // A new empty file that vanishes again unless it is moved to its final place.
@@ -154,7 +198,7 @@ PageFile readPageFile(const std::string& path) {
   if (!fs::exists(status)) throw Failure(path, systemReason(ENOENT));
   requireRegularFile(path, status);
 
-  PageFile file = readTiff(path);
+  PageFile file = readByContent(path);
   std::error_code unknown;
   file.byteCount = fs::file_size(path, unknown);
   if (file.page->width == 0 || file.page->height == 0) throw Failure(path, "the page is empty");
@@ -164,10 +208,7 @@ PageFile readPageFile(const std::string& path) {
 }
 
 void checkWritable(const std::string& path) {
-  std::string extension = fs::path(path).extension().string();
-  for (char& letter : extension) letter = char(std::tolower(static_cast<unsigned char>(letter)));
-  if (!extension.empty() && extension != ".tif" && extension != ".tiff")
-    throw Failure(path, "only files named .tif or .tiff can be written");
+  formatFor(path);
   const fs::file_status status = statusOf(path);
   if (!fs::exists(status)) return;
   requireRegularFile(path, status);
@@ -176,7 +217,8 @@ void checkWritable(const std::string& path) {
 
 void writePageFile(const std::string& path, RleRect& page) {
   checkWritable(path);
-  if (page.width > kMaxTiffSide || page.height > kMaxTiffSide)
+  const Format format = formatFor(path);
+  if (format == Format::tiff && (page.width > kMaxTiffSide || page.height > kMaxTiffSide))
     throw Failure(path, "a page in TIFF is at most 65534 pixels wide and high");
 
   // Through a symbolic link the file it points to is replaced, not the link.
@@ -187,7 +229,7 @@ void writePageFile(const std::string& path, RleRect& page) {
   const bool replaces = stat(target.c_str(), &former) == 0;
 
   TemporaryFile temporary(target.parent_path(), path);
-  writeTiff(temporary.path(), page, path);
+  (format == Format::tiff ? writeTiff : writeNative)(temporary.path(), page, path);
   if (replaces && chmod(temporary.path().c_str(), former.st_mode & 07777) != 0)
     throw Failure(path, systemReason(errno));
   if (!temporary.moveTo(target)) throw Failure(path, systemReason(errno));

@@ -14,7 +14,7 @@ struct PageFile {
   OwnedRect page;
   std::string format;
   std::string compression;
-  uint32_t strips = 0;
+  uint32_t strips = 0;  // none in the native format
   uint64_t byteCount = 0;
 };
 

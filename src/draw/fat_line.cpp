@@ -43,7 +43,7 @@ void drawSolid(const RleLineStyle& style, std::span<const RlePoint> points) {
   size_t count = 0;
   forEachVertex(points, [&](RlePoint vertex) {
     int32_t width = 1;
-    rleFillSpans(style.image, 1, &vertex, &width, style.colour, style.pattern, style.mode);
+    style.paint->add(1, &vertex, &width);
     vertices[count++] = exact(vertex);
   });
   fatStroke(style, true, {vertices.get(), count});
@@ -51,11 +51,9 @@ void drawSolid(const RleLineStyle& style, std::span<const RlePoint> points) {
 
 class DashedLine {
  public:
-  DashedLine(const RleLineStyle& style, std::span<const RlePoint> vertices)
-      : style_(style), vertices_(vertices), paintsGaps_(style.mode == 0) {
-    gapStyle_ = style;
-    gapStyle_.colour = 0;
-  }
+  DashedLine(const RleLineStyle& style, std::span<const RlePoint> vertices, int32_t colour,
+             bool paintsGaps)
+      : style_(style), vertices_(vertices), colour_(colour), paintsGaps_(paintsGaps) {}
 
   void draw(const DashPattern& pattern) {
     if (!fatDashSplit(style_, vertices_, pattern, marks_)) return;
@@ -75,7 +73,8 @@ class DashedLine {
   }
 
  private:
-  const RleLineStyle& styleOf(bool gap) const { return gap ? gapStyle_ : style_; }
+  // Paints dashes or gaps from now on.
+  void choose(bool gap) { style_.paint->setColour(gap ? 0 : colour_); }
 
   // A dot, or one segment without any dash boundary. Its far end keeps the whole error of the walk
   // there, which takes it up to half a pixel to the side.
@@ -85,18 +84,20 @@ class DashedLine {
       const DashSegment segment(vertices_[0], vertices_[1]);
       ends[1] = segment.corrected(vertices_[1], segment.startError());
     }
-    fatSegment(styleOf(marks_[0].gap), {ends, marks_.count()}, true);
+    choose(marks_[0].gap);
+    fatSegment(style_, {ends, marks_.count()}, true);
   }
 
   // Strokes the dashes or the gaps.
   void strokePieces(bool gaps) {
+    choose(gaps);
     size_t count = 0;
     bool isGap = false;
     for (size_t i = 0; i < marks_.count(); ++i) {
       const RleDashMark& mark = marks_[i];
       piece_[count++] = mark.at;
       if (mark.gap == isGap && i + 1 < marks_.count()) continue;
-      if (isGap == gaps) fatStroke(styleOf(gaps), false, {piece_.get(), count});
+      if (isGap == gaps) fatStroke(style_, false, {piece_.get(), count});
       piece_[0] = mark.at;
       count = 1;
       isGap = mark.gap;
@@ -109,13 +110,15 @@ class DashedLine {
     const bool endsWithGap = marks_.last().gap;
     if (!paintsGaps_ && (startsWithGap || endsWithGap)) return;
     RleDPoint corner[] = {marks_.last(1).at, marks_[0].at, marks_[1].at};
-    fatStroke(styleOf(startsWithGap && endsWithGap), false, corner);
+    choose(startsWithGap && endsWithGap);
+    fatStroke(style_, false, corner);
   }
 
   // Caps the ends that are dashes or those that are gaps.
   void capEnds(bool gaps) {
-    if (marks_[0].gap == gaps) capEnd(styleOf(gaps), marks_[0].at, marks_[1].at);
-    if (marks_.last().gap == gaps) capEnd(styleOf(gaps), marks_.last().at, marks_.last(1).at);
+    choose(gaps);
+    if (marks_[0].gap == gaps) capEnd(style_, marks_[0].at, marks_[1].at);
+    if (marks_.last().gap == gaps) capEnd(style_, marks_.last().at, marks_.last(1).at);
   }
 
   static void capEnd(const RleLineStyle& style, const RleDPoint& end, const RleDPoint& inner) {
@@ -130,21 +133,21 @@ class DashedLine {
   }
 
   const RleLineStyle& style_;
-  RleLineStyle gapStyle_;
   std::span<const RlePoint> vertices_;
   DashMarks marks_;
   OwnedDPoints piece_;  // room for a piece of all marks
+  int32_t colour_;
   bool paintsGaps_;
   bool closed_ = false;
 };
 
 void drawDashed(const RleLineStyle& style, std::span<const RlePoint> points,
-                const DashPattern& pattern) {
+                const DashPattern& pattern, int32_t colour, bool paintsGaps) {
   const HeapPoints vertices = newArray<RlePoint>(points.size());
   if (!vertices) return;
   size_t count = 0;
   forEachVertex(points, [&](const RlePoint& vertex) { vertices[count++] = vertex; });
-  DashedLine(style, {vertices.get(), count}).draw(pattern);
+  DashedLine(style, {vertices.get(), count}, colour, paintsGaps).draw(pattern);
 }
 
 }  // namespace
@@ -154,7 +157,8 @@ extern "C" void rleFatLine(RleRect* image, int32_t count, RlePoint* points, int3
                            int32_t colour, RleRect* pattern, int32_t capStyle, int32_t joinStyle,
                            int32_t mode, int32_t dashCount, uint8_t* dashes, int32_t dashOffset) {
   if (count < 1) return;
-  rle::RleLineStyle style = {image, std::max(width, 1), colour, pattern, mode, capStyle, joinStyle};
+  rle::SpanBatch paint(*image, colour, pattern, mode);
+  rle::RleLineStyle style = {image, &paint, std::max(width, 1), capStyle, joinStyle};
   if (style.width == 1) {
     style.capStyle = rle::kButtCap;
     style.joinStyle = rle::kMitreJoin;
@@ -166,7 +170,7 @@ extern "C" void rleFatLine(RleRect* image, int32_t count, RlePoint* points, int3
   const bool dashed = std::any_of(lengths.begin(), lengths.end(), [](auto n) { return n > 0; });
   rleBeginSppPoly();
   if (dashed)
-    rle::drawDashed(style, line, {lengths, dashOffset});
+    rle::drawDashed(style, line, {lengths, dashOffset}, colour, mode == 0);
   else
     rle::drawSolid(style, line);
   rleEndSppPoly();

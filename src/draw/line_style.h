@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <span>
 
+#include "draw/span_batch.h"
+#include "draw/subpixel.h"
 #include "rle.h"
 
 namespace rle {
@@ -21,10 +23,8 @@ constexpr int32_t kRoundJoin = 1;  // any other join is a bevel
 // What all pieces of one line have in common. It is handed down by reference.
 struct RleLineStyle {
   RleRect* image;
+  SpanBatch* paint;  // knows colour, pattern and mode
   int32_t width;
-  int32_t colour;
-  RleRect* pattern;
-  int32_t mode;
   int32_t capStyle;
   int32_t joinStyle;
 };
@@ -34,9 +34,9 @@ inline bool differ(const RleDPoint& p, const RleDPoint& q) {
 }
 
 // Fills one convex piece of a line.
-inline void fillPiece(const RleLineStyle& style, std::span<RleDPoint> corners) {
-  rleFillSppPoly(style.image, int32_t(corners.size()), corners.data(), 0, 0, style.colour,
-                 style.pattern, style.mode);
+inline void fillPiece(const RleLineStyle& style, std::span<const RleDPoint> corners) {
+  const SppSpans spans = sppSpans(*style.image, corners, 0, 0);
+  style.paint->add(spans.count, spans.points, spans.widths);
 }
 
 }  // namespace rle

@@ -148,13 +148,17 @@ class SppWalk {
 
 bool isFinite(const RleDPoint& point) { return std::isfinite(point.x) && std::isfinite(point.y); }
 
-void fillPolygon(RleRect& image, int32_t count, const RleDPoint* vertices, int32_t xOffset,
-                 int32_t yOffset, int32_t colour, RleRect* pattern, int32_t mode) {
-  if (count < 1) return;
+}  // namespace
+
+SppSpans sppSpans(const RleRect& image, std::span<const RleDPoint> polygon, int32_t xOffset,
+                  int32_t yOffset) {
+  if (polygon.empty()) return {};
+  const RleDPoint* const vertices = polygon.data();
+  const auto count = int32_t(polygon.size());
   int32_t top = 0;
   double lowest = vertices[0].y;
   for (int32_t i = 0; i < count; ++i) {
-    if (!isFinite(vertices[i])) return;
+    if (!isFinite(vertices[i])) return {};
     if (vertices[i].y < vertices[top].y) top = i;
     if (vertices[i].y > lowest) lowest = vertices[i].y;
   }
@@ -165,12 +169,12 @@ void fillPolygon(RleRect& image, int32_t count, const RleDPoint* vertices, int32
   held.points.grow(int32_t(std::min(rows, kMostRows)));
   held.widths.grow(int32_t(std::min(rows, kMostRows)));
   held.visits.grow(count);
-  if (!held.points.items || !held.widths.items || !held.visits.items) return;
-  if (count < 3 || rows < 1) return;
+  if (!held.points.items || !held.widths.items || !held.visits.items) return {};
+  if (count < 3 || rows < 1) return {};
 
   const double imageTop = -double(yOffset);
   const Rows seen = {std::max(first, imageTop), std::min(last + 1, imageTop + image.height)};
-  if (seen.first >= seen.end) return;
+  if (seen.first >= seen.end) return {};
   const int64_t width = image.width;
   auto row = int32_t(seen.first + yOffset);
   int32_t spans = 0;
@@ -182,11 +186,8 @@ void fillPolygon(RleRect& image, int32_t count, const RleDPoint* vertices, int32
     held.widths.items[uint32_t(spans)] = int32_t(end - start);
     spans += start < end;
   });
-  rleFillSpans(&image, spans, held.points.items.get(), held.widths.items.get(), colour, pattern,
-               mode);
+  return {spans, held.points.items.get(), held.widths.items.get()};
 }
-
-}  // namespace
 
 // While x stays within a power of two, all sums are rounded to multiples of the same unit, and to
 // even ones when they fall in the middle. So from the third sum on each addition moves x by the
@@ -242,7 +243,10 @@ void rleEndSppPoly(void) {
 void rleFillSppPoly(RleRect* image, int32_t count, RleDPoint* points, int32_t xOffset,
                     int32_t yOffset, int32_t colour, RleRect* pattern, int32_t mode) {
   rleBeginSppPoly();
-  rle::fillPolygon(*image, count, points, xOffset, yOffset, colour, pattern, mode);
+  if (count > 0) {
+    const rle::SppSpans spans = rle::sppSpans(*image, {points, size_t(count)}, xOffset, yOffset);
+    rleFillSpans(image, spans.count, spans.points, spans.widths, colour, pattern, mode);
+  }
   rleEndSppPoly();
 }
 

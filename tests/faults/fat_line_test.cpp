@@ -7,7 +7,9 @@
 
 #include "draw/fat_arc.h"
 #include "draw/subpixel.h"
+#include "model/runs.h"
 #include "support/allocations.h"
+#include "support/picture.h"
 #include "support/pixels.h"
 
 namespace rle::test {
@@ -72,6 +74,34 @@ TEST(SubPixelPolygons, StayUnpaintedUntilTheyNeedMoreThanWasRefused) {
     fillSquare(fresh.get(), 4);
     EXPECT_EQ(fresh->rows[3]->count, 1);
   }
+}
+
+// Spans are collected and painted row by row; without memory for that they are painted as they
+// come.
+TEST(FatLines, LeaveRowsAsSpansPaintedOneByOneDo) {
+  std::mt19937 random(72);
+  for (int round = 0; round < 60; ++round) {
+    rleRunAllocMaxExtra = uint32_t(round % 3 * 20);
+    const OwnedRect batched(rleNewRect(900, 40, 0)), single(rleNewRect(900, 40, 0));
+    for (int line = 0; line < 30; ++line) {
+      RlePoint points[9];
+      for (RlePoint& point : points) point = {randomInt(random, 0, 900), randomInt(random, -9, 49)};
+      const int32_t colour = randomInt(random, 0, 5) > 0, width = randomInt(random, 1, 3);
+      for (const bool batch : {true, false}) {
+        failAllocation(batch ? -1 : 1);  // the first one after that of the vertices
+        rleFatLine((batch ? batched : single).get(), 9, points, width, colour, nullptr, 1, 0, 1, 0,
+                   nullptr, 0);
+        failAllocation(-1);
+      }
+    }
+    for (int y = 0; y < 40; ++y) {
+      const RleLine *a = batched->rows[y], *b = single->rows[y];
+      ASSERT_EQ(runsOf(a), runsOf(b));
+      ASSERT_EQ(a->runs == nullptr, b->runs == nullptr);
+      ASSERT_TRUE(a->runs == nullptr || capacityOf(a->runs) == capacityOf(b->runs));
+    }
+  }
+  rleRunAllocMaxExtra = 40;
 }
 
 TEST(FatLines, LeaveTheRestOutWhenMemoryRunsOut) {

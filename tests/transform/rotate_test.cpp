@@ -71,7 +71,7 @@ TEST(Rotation, LeavesBuffersAsSettingSpanBySpanDoes) {
 }
 
 TEST(Rotation, OfVeryLongSidesStaysWithinTheImage) {
-  for (const double angle : {0.01, 44.0, 90.0, 179.99, 269.99, 359.9}) {
+  for (const double angle : {0.01, 90.0, 179.99, 269.99, 359.9}) {
     for (const bool wide : {true, false}) {
       const OwnedRect page(wide ? rleNewRect(65535, 3, 0) : rleNewRect(3, 65535, 0));
       for (int y = 0; y < page->height; y += 2) rleSetLine(page->rows[y], 1, page->width - 1);

@@ -1,0 +1,55 @@
+// Spans of many small pieces, painted row by row.
+//
+// Each piece of a thick line adds a span or two to each of its rows. Painted one by one, every span
+// searches its row and resizes the row's buffer. Here spans are collected first; those of one row
+// are then applied in one go, in the order in which they came, so that the row and its buffer
+// become what rleFillSpans makes of them one after the other.
+
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include "model/owners.h"
+#include "model/paint.h"
+#include "rle.h"
+
+namespace rle {
+
+class SpanBatch {
+ public:
+  SpanBatch(RleRect& image, int32_t colour, RleRect* pattern, int32_t mode);
+  SpanBatch(const SpanBatch&) = delete;
+  SpanBatch& operator=(const SpanBatch&) = delete;
+  ~SpanBatch() { flush(); }
+
+  // Paints in another colour from now on.
+  void setColour(int32_t colour);
+
+  // Adds n spans as rleFillSpans takes them.
+  void add(int32_t n, RlePoint* points, int32_t* widths);
+
+ private:
+  struct Span {
+    uint16_t y, start, end;
+  };
+  template <class T>
+  using Array = std::unique_ptr<T[], FreeWith<std::free>>;
+
+  bool makeRoom();
+  void flush();
+
+  RleRect& image_;
+  int32_t colour_;
+  RleRect* pattern_;
+  int32_t mode_;
+  Paint paint_;
+  bool refused_ = false;  // there is no memory; spans are painted as they come
+  uint32_t count_ = 0;
+  Array<Span> spans_;        // as they came
+  Array<RleRun> byRow_;      // the same, row after row
+  Array<uint32_t> rowEnds_;  // in byRow_, for each row of the image
+};
+
+}  // namespace rle

@@ -1,0 +1,45 @@
+// Each operation's parser: takes the value of its option and hands back what to do with the page.
+// All throw UsageError. Also what their messages say about pages.
+
+#pragma once
+
+#include <string>
+
+#include "operations.h"
+#include "values.h"
+
+namespace rle {
+
+std::string sizeOf(const RleRect& page);
+bool touches(const RleRect& page, const Rectangle& area);
+// Why a shape that touches no pixel of the page is refused.
+std::string misses(const char* shape, const RleRect& page);
+
+namespace parse {
+
+// How a second picture is laid on the page; merging and patterns use the same numbers.
+int32_t layMode(const std::string& field);
+
+// operations_paint.cpp
+Operation blank(const std::string& value);
+Operation fill(const std::string& value);
+Operation polygon(const std::string& value);
+Operation pattern(const std::string& value);
+Operation frame(const std::string& value);
+
+// operations_pieces.cpp
+Operation crop(const std::string& value);
+Operation component(const std::string& value);
+Operation merge(const std::string& value);
+Operation mask(const std::string& value);
+
+// operations_transform.cpp
+Operation mirror(const std::string& value);
+Operation turn(const std::string& value);
+Operation rotate(const std::string& value);
+Operation scale(const std::string& value);
+Operation dpi(const std::string& value);
+Operation setDpi(const std::string& value);
+
+}  // namespace parse
+}  // namespace rle
