@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "model/runs.h"
 #include "support/allocations.h"
 #include "support/byte_stream.h"
 #include "support/picture.h"
@@ -24,17 +25,25 @@ struct Case {
   std::function<bool(RleRect* page)> action;  // true when done
 };
 
+// The page without room to spare in its rows.
+OwnedRect fresh(const Pixels& page) {
+  OwnedRect rect = page.toRect();
+  for (int y = 0; y < rect->height; ++y)
+    rect->rows[y]->runs = resizeRuns(rect->rows[y]->runs, rect->rows[y]->count);
+  return rect;
+}
+
 void failInTurn(const Case& c) {
   SCOPED_TRACE(c.name);
   const int64_t alive = allocationsAlive();
-  OwnedRect page = c.page.toRect();
+  OwnedRect page = fresh(c.page);
   const auto before = picture(page.get());
   EXPECT_TRUE(c.action(page.get()));
   const auto after = picture(page.get());
   int64_t refused = 0;
   bool failed = true;
   for (int64_t number = 0; failed; ++number) {
-    page = c.page.toRect();
+    page = fresh(c.page);
     failAllocation(number);
     const bool done = c.action(page.get());
     failed = allocationsAsked() > number;
@@ -61,13 +70,15 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
   Pixels comb(601, 150);  // makes every buffer of a trace grow
   for (int i = 0; i < 150 * 601; ++i)
     comb.put(i % 601, i / 601, i % 601 % 2 == 0 || i >= 149 * 601);
-  const OwnedRect rect = page.toRect(), other = randomPixels(random, 60, 50, 1, 1).toRect();
+  const Pixels wide = randomPixels(random, 1000, 6, 9, 9);
+  const OwnedRect other = randomPixels(random, 1000, 6, 1, 1).toRect();
   const OwnedRect tile = randomPixels(random, 9, 3, 1, 1).toRect();
   const OwnedRect damaged = image({"##.."});
   damaged->rows[0]->runs[0] = {5, 2};
   std::vector<RlePoint> teeth;  // 300 of them that begin on 55 different rows
   for (int i = 0; i < 600; ++i) teeth.push_back({2 * i, i % 2 == 0 ? i / 2 % 55 : 60});
-  const OwnedPoly poly(rleAllocPoly());
+  const OwnedPoly poly(rleAllocPoly()), sheet(rleAllocPoly());
+  sheet->image = page.toRect().release();
   poly->image = image({"##", "#."}).release();
   poly->mask = image({"..", "##"}).release();
   poly->count = 70000;  // more than memory is provided for at first
@@ -89,20 +100,33 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
        [](auto* p) { return OwnedRect(rleCopyRect(p, 7, 3, 40, 30)) != nullptr; }},
       {"cut", page, kSome,
        [](auto* p) { return OwnedRect(rleCutRect(p, 7, 3, 40, 30)) != nullptr; }},
-      {"paste", page, kRows, [&](auto* p) { return rleMergeRect(p, 3, 3, other.get(), 0) == 1; }},
-      {"set", page, kRows, [&](auto* p) { return rleMergeRect(p, 3, 3, other.get(), 1) == 1; }},
-      {"clear", page, kRows, [&](auto* p) { return rleMergeRect(p, 3, 3, other.get(), 2) == 1; }},
-      {"mask", page, kRows, [&](auto* p) { return rleMaskRect(p, other.get(), 0), true; }},
-      {"pattern", page, kRows,
-       [&](auto* p) { return rleFillRect(p, 1, 0, 55, 49, -1, tile.get(), 0), true; }},
-      {"pattern set", page, kRows,
-       [&](auto* p) { return rleFillRect(p, 1, 0, 55, 49, -1, tile.get(), 1), true; }},
+      {"paste", wide, kRows, [&](auto* p) { return rleMergeRect(p, 3, 1, other.get(), 0) == 1; }},
+      {"set", wide, kRows, [&](auto* p) { return rleMergeRect(p, 3, 1, other.get(), 1) == 1; }},
+      {"clear", wide, kRows, [&](auto* p) { return rleMergeRect(p, 3, 1, other.get(), 2) == 1; }},
+      {"mask", wide, kRows, [&](auto* p) { return rleMaskRect(p, other.get(), 0), true; }},
+      {"pattern", wide, kRows,
+       [&](auto* p) { return rleFillRect(p, 1, 0, 990, 5, -1, tile.get(), 0), true; }},
+      {"pattern set", wide, kRows,
+       [&](auto* p) { return rleFillRect(p, 1, 0, 990, 5, -1, tile.get(), 1), true; }},
       {"polygon", blank, kRows,
        [&](auto* p) { return rleFillPolygon(p, 600, teeth.data(), 1, 1, nullptr, 1), true; }},
       {"quarter turn", page, kSome,
        [](auto* p) { return OwnedRect(rleQRotateRect(p, 1)) != nullptr; }},
       {"half turn", page, kSome,
        [](auto* p) { return OwnedRect(rleQRotateRect(p, 2)) != nullptr; }},
+      {"rotations", page, kSome,
+       [&](auto* p) {
+         bool done = true;
+         for (const double angle : {20.0, 70.0, 90.0}) {
+           double x, y;
+           const OwnedRect turned(rleRotateRect(p, angle, &x, &y));
+           EXPECT_TRUE(turned ? rleCheckRect(turned.get()) == 1 : x + y == 0);
+           const OwnedPoly region(rleRotatePoly(sheet.get(), angle, &x, &y));
+           EXPECT_TRUE(!region || rleCheckRect(region->image) == 1);
+           done = done && turned && region;
+         }
+         return done;
+       }},
       {"scale", page, kSome, [](auto* p) { return rleScaleRect(p, 16384, 49152), p->width == 30; }},
       {"nearest", page, kSome,
        [](auto* p) { return rleNNScaleRect(p, 16384, 49152), p->width == 30; }},
