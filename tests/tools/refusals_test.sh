@@ -80,13 +80,38 @@ refuses_operation 2 "0 is out of range" --frame 0
 refuses_operation 2 "65536 is out of range" --set-dpi 65536
 refuses_operation 2 "'xor' is not a mode" --merge small.tif,0,0,xor
 refuses_operation 2 "the file name is missing" --pattern ,0,0,1,1,set
+refuses_operation 2 "a polygon has three vertices or more" --polygon "1,1 2,2"
+refuses_operation 2 "'2' is not a rule" --polygon "1,1 2,2 3,1;rule=2"
+refuses_operation 2 "2 is out of range" --polygon "1,1 2,2 3,1;colour=2"
+refuses_operation 2 "2 values between commas" --polygon "1,1 2 3,1"
+refuses_operation 1 "the polygon misses" --polygon "-9,1 -5,2 -1,1"
+refuses_operation 2 "'z' is not a mirror axis, x and y are" --mirror z
+refuses_operation 2 "'0.5' is not a whole number" --turn 0.5
+refuses_operation 2 "nan is out of range" --rotate nan
+refuses_operation 2 "inf is out of range" --rotate inf
+refuses_operation 2 "the factor must be above 0" --scale 0
+refuses_operation 2 "'half' is not a number" --scale half
+refuses_operation 2 "'best' is not a manner of scaling" --scale 0.5,best
+# 2479 * 26.5 columns are 65693; 2479 / 2500 is less than one column.
+refuses_operation 1 "the result would be 65693 x 92962 pixels, more than 65535" --scale 26.5
+refuses_operation 1 "the result would be empty: 0 x 1 pixels" --scale 0.0004
+refuses_operation 1 "the result would be " --scale 1e300
+refuses_operation 1 "the result would be 82633 x 116933 pixels" --dpi 10000
+refuses_operation 1 "the result would be empty" --scale 1e-300,min
+refuses_operation 1 "the pixel 0,0 is white" --component 0,0
+refuses_operation 1 "the pixel 9,3508 lies outside the page" --component 9,3508
+refuses 1 "cannot be turned by an odd number" convert small.tif out/out.tif --crop 0,0,3,0 --turn 3
+refuses 1 "small.tif: the pixel 0,0 is white" component small.tif 0,0 out/out.tif
+refuses 1 "small.tif: no black pixel within 1 of 0,0" nearest small.tif 0,0 --radius 1
+refuses 2 "65535 is out of range" nearest small.tif 65535,0
+refuses 2 "3 is out of range" view small.tif --width 3
 refuses 1 "nowhere.tif: No such file" convert "$page" out/out.tif --merge nowhere.tif,0,0,set
-refuses 1 "out.png: only files named .tif or .tiff" convert "$page" out/out.png
+refuses 1 "out.png: only files named .tif, .tiff or .rle" convert "$page" out/out.png
 refuses 1 "out: is a directory" convert "$page" out
 refuses 1 "/dev/full: is not a regular file" convert "$page" /dev/full
 refuses 1 "nowhere/a.tif: cannot be created: No such file" convert "$page" nowhere/a.tif
 refuses 2 "" convert "$page"
-refuses 2 "" convert "$page" out/out.tif --turn 1
+refuses 2 "" convert "$page" out/out.tif --sharpen 1
 refuses 2 "" shrink "$page"
 refuses 2 "" info
 (
