@@ -169,22 +169,5 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
   for (const Case& c : cases) failInTurn(c);
 }
 
-TEST(AllocationFaults, WhilePackingKeepTheCacheInOrder) {
-  uint8_t bits[] = {0x5A, 0xF0, 0x01, 0x80};
-  const auto packs = [&](int x1, int x2) {
-    return OwnedLine(rlePackLine(bits, x1, x2)) != nullptr;
-  };
-  rlePackClearCache();
-  const int64_t before = allocationsAlive();
-  failAllocation(-1);
-  EXPECT_TRUE(packs(0, 16) && packs(3, 20));  // 9 runs at most both times
-  EXPECT_EQ(allocationsAsked(), 1 + 2 + 2);
-  EXPECT_EQ(allocationsAlive(), before + 1);
-  failAllocation(0);
-  EXPECT_FALSE(packs(0, 18));  // one run more: the cache is let go and none takes its place
-  failAllocation(-1);
-  EXPECT_EQ(allocationsAlive(), before);
-}
-
 }  // namespace
 }  // namespace rle::test

@@ -30,45 +30,34 @@ struct LiteralRow {
     auto run = runs.begin();
     while (run != runs.end() && run->second < start) ++run;
     const bool misses = run == runs.end() || run->first > end;
-    if (start < end) set ? this->set(run, misses, start, end) : clear(run, misses, start, end);
-  }
-
- private:
-  using Position = std::vector<std::pair<int, int>>::iterator;
-
-  void set(Position run, bool misses, int start, int end) {
+    const bool splits = !set && !misses && run->first < start && run->second > end;
+    const bool full = runs.size() == 65535;
+    if (start >= end || (misses && (!set || full)) || (splits && full)) return;
     if (misses) {
-      if (runs.size() == 65535) return;
       runs.insert(run, {start, end});
-      return fit();
-    }
-    run->first = std::min(run->first, start);
-    auto next = run + 1;
-    while (next != runs.end() && next->second < end) next = runs.erase(next);
-    run->second = std::max(run->second, end);
-    if (next != runs.end() && next->first <= end) {
-      run->second = next->second;
-      runs.erase(next);
+    } else if (splits) {
+      run = runs.insert(run, *run);
+      run[0].second = start;
+      run[1].first = end;
+    } else if (set) {
+      auto next = run + 1;
+      while (next != runs.end() && next->second < end) next = runs.erase(next);
+      *run = {std::min(run->first, start), std::max(run->second, end)};
+      if (next != runs.end() && next->first <= end) {
+        run->second = next->second;
+        runs.erase(next);
+      }
+    } else {
+      if (run->first < start) (run++)->second = start;
+      const size_t before = runs.size();
+      while (run != runs.end() && run->second <= end) run = runs.erase(run);
+      if (run != runs.end()) run->first = std::max(run->first, end);
+      if (run != runs.end() && runs.size() == before) return;
     }
     fit();
   }
 
-  void clear(Position run, bool misses, int start, int end) {
-    if (misses) return;
-    if (run->first < start && run->second > end) {
-      if (runs.size() == 65535) return;
-      run = runs.insert(run, *run);
-      run[0].second = start;
-      run[1].first = end;
-      return fit();
-    }
-    if (run->first < start) (run++)->second = start;
-    const size_t before = runs.size();
-    while (run != runs.end() && run->second <= end) run = runs.erase(run);
-    if (runs.size() < before || run == runs.end()) fit();
-    if (run != runs.end() && run->first < end) run->first = end;
-  }
-
+ private:
   void fit() {
     const auto count = uint32_t(runs.size());
     if (capacity >= count && capacity - count > rleRunAllocMaxExtra) return;
