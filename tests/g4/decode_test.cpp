@@ -74,6 +74,7 @@ TEST(DecodingGroup4, OfCodesSpelledOutGoesOnInsideStreams) {
   ByteStream stream(bytes), unread(bytes);
   stream.ops = &nesting;
   const OwnedRect rect(rleLoadRectFromCCITTG4(&stream, 16, 3, 0x12C0 << 16, 0));
+  ASSERT_TRUE(rect);
   EXPECT_EQ(picture(rect.get()),
             (std::vector<std::string>{"....####........", ".....###........", "................"}));
   EXPECT_EQ(rect->resolution, 200);
