@@ -184,6 +184,7 @@ TEST(DecodingGroup4, GoesOnInSeveralThreadsAndInsideStreams) {
       ByteStream stream(bytes);
       stream.ops = &nesting;
       const OwnedRect rect(rleLoadRectFromCCITTG4(&stream, 500, 40, 0, 1));
+      ASSERT_TRUE(rect);
       EXPECT_EQ(Pixels(rect.get()), page);
     }
   };
