@@ -398,6 +398,60 @@ RLE_API void rlePatternLine(RleLine* line, int32_t x1, int32_t x2, int32_t y, Rl
 RLE_API void rlePatternRect(RleRect* rect, int32_t x1, int32_t y1, int32_t x2, int32_t y2,
                             RleRect* pattern, int32_t mode);
 
+/* ---- Bit rows -------------------------------------------------------------------------------- */
+
+/*
+ * A packed bit row holds one pixel a bit, the leftmost pixel of a byte in its highest bit; 1 is
+ * black. The rows of a packed image follow each other at a distance of rowBits / 8 bytes, rounded
+ * down.
+ *
+ * Packing collects the runs of a row in a buffer that stays from call to call: the pack cache. Each
+ * thread has its own, and gives it back when it ends.
+ */
+
+/*
+ * A new row with the pixels x1 to x2 - 1 (x2 is the first pixel after them) of the packed row at
+ * `bits`, or null when memory runs out. Pixel x1 becomes column 0. Only the bytes that hold these
+ * pixels are read. Pixels left of pixel 0 are white, and with x2 <= x1 there are none. A row holds
+ * 16-bit columns: of a wider stretch, columns and the run count keep their low 16 bits.
+ */
+RLE_API RleLine* rlePackLine(uint8_t* bits, int32_t x1, int32_t x2);
+
+/*
+ * A new image of columns x1 to x2 and rows y1 to y2, all included, of the packed image at `bits`,
+ * or null when memory runs out or when there are fewer than 0 or more than 65535 columns or rows.
+ * `resolution` is 16 bits and becomes the image's as it is, 0 too. `ignored` has no meaning. Rows
+ * above row 0 and pixels left of pixel 0 are white. Empties the pack cache, unless it fails.
+ */
+RLE_API RleRect* rlePackRect(uint8_t* bits, int32_t rowBits, int32_t ignored, int32_t x1,
+                             int32_t x2, int32_t y1, int32_t y2, int32_t resolution);
+
+/* Releases this thread's pack cache; the next call that packs makes a new one. */
+RLE_API void rlePackClearCache(void);
+
+/*
+ * Paints the black pixels of columns x1 to x2 of `line` into the packed row at `rowBytes`; other
+ * bits stay as they are. Column x1 comes to lie at bit `offset`, and each column is scale / 32768
+ * bits wide (the two lowest bits of `scale` are dropped); a bit that is covered in part becomes
+ * black. Bits from `limit` on are neither written nor looked at, nor are bits before bit 0. With a
+ * scale below 4 nothing is painted, nor with x2 < x1. Returns 1.
+ */
+RLE_API int32_t rleUnPackLine(RleLine* line, int32_t x1, int32_t x2, uint8_t* rowBytes,
+                              int32_t limit, uint32_t scale, int32_t offset);
+
+/*
+ * Paints columns x1 to x2 and rows y1 to y2 of `rect` into rows rowStart to rowEnd - 1 of the
+ * packed image at `bits`, whose rows are rowBits bits long, as rleUnPackLine does with hscale and
+ * offset. Row y1 comes to lie at rowStart. Each row is vscale / 32768 output rows high: with a
+ * vscale below 32768 several rows are painted into one; above it a row is painted repeatedly, but
+ * row y2 once only, and the output rows after it stay as they are. A vscale of 0 stands for one
+ * row per output row, from row 0 to row y2, whatever y1. Rows that the image does not have, and
+ * output rows above row 0, are passed over.
+ */
+RLE_API void rleUnPackRect(RleRect* rect, int32_t x1, int32_t x2, int32_t y1, int32_t y2,
+                           uint8_t* bits, int32_t rowBits, int32_t rowEnd, uint32_t hscale,
+                           uint32_t vscale, int32_t offset, int32_t rowStart);
+
 /* ---- Drawing --------------------------------------------------------------------------------- */
 
 /*
@@ -468,59 +522,127 @@ RLE_API void rleFatLine(RleRect* image, int32_t count, RlePoint* points, int32_t
                         int32_t colour, RleRect* pattern, int32_t capStyle, int32_t joinStyle,
                         int32_t mode, int32_t dashCount, uint8_t* dashes, int32_t dashOffset);
 
-/* ---- Bit rows -------------------------------------------------------------------------------- */
+/* ---- Transforms ------------------------------------------------------------------------------ */
 
 /*
- * A packed bit row holds one pixel a bit, the leftmost pixel of a byte in its highest bit; 1 is
- * black. The rows of a packed image follow each other at a distance of rowBits / 8 bytes, rounded
- * down.
+ * Turns go counter-clockwise as seen with row 0 at the top. Vertices of a polygon region lie on
+ * the same grid as its pixels.
+ */
+
+/* Mirrors a row left to right in place: column x moves to width - 1 - x (width: 16 bits). */
+RLE_API void rleMirrorLine(RleLine* line, int32_t width);
+
+/* Flips an image top to bottom (X: about the horizontal axis) or left to right (Y), in place. */
+RLE_API void rleMirrorRectX(RleRect* rect);
+RLE_API void rleMirrorRectY(RleRect* rect);
+
+/*
+ * The same for a region: its image, its mask unless null, and its vertices, y to height - y (X) or
+ * x to width - x (Y) of the image. A region without an image is left as it is.
+ */
+RLE_API void rleMirrorPolyX(RlePoly* poly);
+RLE_API void rleMirrorPolyY(RlePoly* poly);
+
+/*
+ * A new image turned by `turns` quarters, 0 to 3; null for more, and when memory runs out. With W
+ * and H the size of `rect`, pixel (x, y) moves to
  *
- * Packing collects the runs of a row in a buffer that stays from call to call: the pack cache. Each
- * thread has its own, and gives it back when it ends.
+ *   0  (x, y)                  a copy, as rleDupRect makes it
+ *   1  (y, W - 1 - x)          tag and resolution are copied, row tags are 0
+ *   2  (W - 1 - x, H - 1 - y)  tag 0, resolution 200 for 0; row tags are copied
+ *   3  (H - 1 - y, x)          as 1
+ *
+ * Turns by 1 and 3 give null for an image of fewer than two rows.
  */
+RLE_API RleRect* rleQRotateRect(RleRect* rect, uint32_t turns);
 
 /*
- * A new row with the pixels x1 to x2 - 1 (x2 is the first pixel after them) of the packed row at
- * `bits`, or null when memory runs out. Pixel x1 becomes column 0. Only the bytes that hold these
- * pixels are read. Pixels left of pixel 0 are white, and with x2 <= x1 there are none. A row holds
- * 16-bit columns: of a wider stretch, columns and the run count keep their low 16 bits.
+ * Scale factors are fixed-point numbers with 15 fraction bits: 32768 is 1.0, 16384 halves. Sizes
+ * and columns of a result keep their low 16 bits, so the caller keeps them below 65536. Runs that
+ * shrink to nothing vanish, and runs that come to touch become one.
+ *
+ * rleScaleLine makes a new row with both ends of every run rounded down, rleNNScaleLine rounds them
+ * to the nearest, halves upwards. The result of a row without runs has its tag and no buffer; any
+ * other has tag 0 and a buffer for the runs that are left. A factor of 0 leaves none.
  */
-RLE_API RleLine* rlePackLine(uint8_t* bits, int32_t x1, int32_t x2);
+RLE_API RleLine* rleScaleLine(RleLine* line, uint32_t factor);
+RLE_API RleLine* rleNNScaleLine(RleLine* line, uint32_t factor);
 
 /*
- * A new image of columns x1 to x2 and rows y1 to y2, all included, of the packed image at `bits`,
- * or null when memory runs out or when there are fewer than 0 or more than 65535 columns or rows.
- * `resolution` is 16 bits and becomes the image's as it is, 0 too. `ignored` has no meaning. Rows
- * above row 0 and pixels left of pixel 0 are white. Empties the pack cache, unless it fails.
+ * These scale an image in place, its width by xFactor and its height by yFactor (of which the two
+ * lowest bits do not count). A factor of 0 changes nothing, and when memory runs out the image
+ * stays as it is; its tag and resolution stay in any case.
+ *
+ * rleScaleRect picks rows and rounds down. rleNNScaleRect picks and rounds to the nearest.
+ * rleMinScaleRect blackens a pixel when any source pixel that it covers is black, so that thin
+ * strokes survive a reduction; sizes are rounded up, and all row tags are 0.
  */
-RLE_API RleRect* rlePackRect(uint8_t* bits, int32_t rowBits, int32_t ignored, int32_t x1,
-                             int32_t x2, int32_t y1, int32_t y2, int32_t resolution);
-
-/* Releases this thread's pack cache; the next call that packs makes a new one. */
-RLE_API void rlePackClearCache(void);
-
-/*
- * Paints the black pixels of columns x1 to x2 of `line` into the packed row at `rowBytes`; other
- * bits stay as they are. Column x1 comes to lie at bit `offset`, and each column is scale / 32768
- * bits wide (the two lowest bits of `scale` are dropped); a bit that is covered in part becomes
- * black. Bits from `limit` on are neither written nor looked at, nor are bits before bit 0. With a
- * scale below 4 nothing is painted, nor with x2 < x1. Returns 1.
- */
-RLE_API int32_t rleUnPackLine(RleLine* line, int32_t x1, int32_t x2, uint8_t* rowBytes,
-                              int32_t limit, uint32_t scale, int32_t offset);
+RLE_API void rleScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
+RLE_API void rleNNScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
+RLE_API void rleMinScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
 
 /*
- * Paints columns x1 to x2 and rows y1 to y2 of `rect` into rows rowStart to rowEnd - 1 of the
- * packed image at `bits`, whose rows are rowBits bits long, as rleUnPackLine does with hscale and
- * offset. Row y1 comes to lie at rowStart. Each row is vscale / 32768 output rows high: with a
- * vscale below 32768 several rows are painted into one; above it a row is painted repeatedly, but
- * row y2 once only, and the output rows after it stay as they are. A vscale of 0 stands for one
- * row per output row, from row 0 to row y2, whatever y1. Rows that the image does not have, and
- * output rows above row 0, are passed over.
+ * rleScaleRect on the images of a region, and its vertices scaled and rounded down. With one factor
+ * 0 the images stay as they are and the vertices move along the other axis only.
  */
-RLE_API void rleUnPackRect(RleRect* rect, int32_t x1, int32_t x2, int32_t y1, int32_t y2,
-                           uint8_t* bits, int32_t rowBits, int32_t rowEnd, uint32_t hscale,
-                           uint32_t vscale, int32_t offset, int32_t rowStart);
+RLE_API void rleScalePoly(RlePoly* poly, uint32_t xFactor, uint32_t yFactor);
+
+/*
+ * Scales with rleScaleRect, or rleScalePoly, from the image's resolution to `resolution` (dots per
+ * inch) and stores that, keeping its low 16 bits. Where no factor leads from one to the other (a
+ * resolution of 0, a negative one, a factor of 2^17 or more), and when memory runs out, only the
+ * stored value changes. A region without an image is left as it is.
+ */
+RLE_API void rleChangeResRect(RleRect* rect, int32_t resolution);
+RLE_API void rleChangeResPoly(RlePoly* poly, int32_t resolution);
+
+/*
+ * A new image that just holds `rect` turned by `angle` degrees (any finite value), with tag 0 and
+ * the same resolution (200 for 0). cornerX and cornerY receive the place of the source's top left
+ * corner in the result, in pixels from its top left. Null, with both corners 0, for a null image,
+ * one without rows, and an angle that is not finite; null when memory runs out.
+ *
+ * Multiples of 90 degrees are turned like any other angle; rleQRotateRect is exact.
+ */
+RLE_API RleRect* rleRotateRect(RleRect* rect, double angle, double* cornerX, double* cornerY);
+
+/*
+ * A new region turned by `angle` degrees, by quarter turns within 0.001 degrees of one. Its mask is
+ * the turned polygon, even-odd, and its image is white outside of it; a region without vertices
+ * gets the four corner pixels of its image as polygon. Corners as for rleRotateRect. Null, with
+ * both corners 0, for a region without an image; null when the image cannot be turned or memory
+ * runs out.
+ */
+RLE_API RlePoly* rleRotatePoly(RlePoly* poly, double angle, double* cornerX, double* cornerY);
+
+/* ---- Analysis -------------------------------------------------------------------------------- */
+
+/*
+ * The connected component of black pixels that contains column x of row y (both 16 bits), as a new
+ * image cropped to it. Pixels that touch only at a corner are connected. The new image has the
+ * resolution of `image`, 200 where that is 0, and tag 0. `left` and `top`, which may be null,
+ * receive the column and row of `image` where its upper left corner lies.
+ *
+ * Null, with `left` and `top` untouched, when the pixel is white or lies outside the image, or when
+ * memory ran out. `image` does not change. Time and memory follow the runs of the component, not
+ * the size of the image. In rows that are not valid some runs may be missed; the new image is
+ * valid all the same.
+ */
+RLE_API RleRect* rleConnected(RleRect* image, int32_t x, int32_t y, uint16_t* left, uint16_t* top);
+
+/*
+ * Finds the black pixel nearest to column x of row y, which may lie outside the image, and stores
+ * its column and row through `foundX` and `foundY`, which may be null. x, y and r are 16 bits. Of
+ * equally near pixels the uppermost is taken, then the leftmost.
+ *
+ * The search covers rows y - r to y + r - 1, and in each the runs whose `end` is at least x - r and
+ * whose `start` is at most x + r; so it finds pixels from column x - r - 1 to x + r, and with r 0
+ * none at all.
+ *
+ * 1 when there is such a pixel; otherwise 0, with nothing stored. `image` does not change.
+ */
+RLE_API int32_t rleClosest(RleRect* image, int32_t x, int32_t y, int32_t r, uint16_t* foundX,
+                           uint16_t* foundY);
 
 /* ---- Native format --------------------------------------------------------------------------- */
 
@@ -621,126 +743,6 @@ RLE_API int32_t rleWritePoly(RleFile* file, RlePoly* poly);
 
 /* A new region, without a mask, from a polygon section and `height` rows; or null. */
 RLE_API RlePoly* rleReadPoly(RleFile* file, int32_t width, int32_t height);
-/* ---- Analysis -------------------------------------------------------------------------------- */
-
-/*
- * The connected component of black pixels that contains column x of row y (both 16 bits), as a new
- * image cropped to it. Pixels that touch only at a corner are connected. The new image has the
- * resolution of `image`, 200 where that is 0, and tag 0. `left` and `top`, which may be null,
- * receive the column and row of `image` where its upper left corner lies.
- *
- * Null, with `left` and `top` untouched, when the pixel is white or lies outside the image, or when
- * memory ran out. `image` does not change. Time and memory follow the runs of the component, not
- * the size of the image. In rows that are not valid some runs may be missed; the new image is
- * valid all the same.
- */
-RLE_API RleRect* rleConnected(RleRect* image, int32_t x, int32_t y, uint16_t* left, uint16_t* top);
-
-/*
- * Finds the black pixel nearest to column x of row y, which may lie outside the image, and stores
- * its column and row through `foundX` and `foundY`, which may be null. x, y and r are 16 bits. Of
- * equally near pixels the uppermost is taken, then the leftmost.
- *
- * The search covers rows y - r to y + r - 1, and in each the runs whose `end` is at least x - r and
- * whose `start` is at most x + r; so it finds pixels from column x - r - 1 to x + r, and with r 0
- * none at all.
- *
- * 1 when there is such a pixel; otherwise 0, with nothing stored. `image` does not change.
- */
-RLE_API int32_t rleClosest(RleRect* image, int32_t x, int32_t y, int32_t r, uint16_t* foundX,
-                           uint16_t* foundY);
-/* ---- Transforms ------------------------------------------------------------------------------ */
-
-/*
- * Turns go counter-clockwise as seen with row 0 at the top. Vertices of a polygon region lie on
- * the same grid as its pixels.
- */
-
-/* Mirrors a row left to right in place: column x moves to width - 1 - x (width: 16 bits). */
-RLE_API void rleMirrorLine(RleLine* line, int32_t width);
-
-/* Flips an image top to bottom (X: about the horizontal axis) or left to right (Y), in place. */
-RLE_API void rleMirrorRectX(RleRect* rect);
-RLE_API void rleMirrorRectY(RleRect* rect);
-
-/*
- * The same for a region: its image, its mask unless null, and its vertices, y to height - y (X) or
- * x to width - x (Y) of the image. A region without an image is left as it is.
- */
-RLE_API void rleMirrorPolyX(RlePoly* poly);
-RLE_API void rleMirrorPolyY(RlePoly* poly);
-
-/*
- * A new image turned by `turns` quarters, 0 to 3; null for more, and when memory runs out. With W
- * and H the size of `rect`, pixel (x, y) moves to
- *
- *   0  (x, y)                  a copy, as rleDupRect makes it
- *   1  (y, W - 1 - x)          tag and resolution are copied, row tags are 0
- *   2  (W - 1 - x, H - 1 - y)  tag 0, resolution 200 for 0; row tags are copied
- *   3  (H - 1 - y, x)          as 1
- *
- * Turns by 1 and 3 give null for an image of fewer than two rows.
- */
-RLE_API RleRect* rleQRotateRect(RleRect* rect, uint32_t turns);
-
-/*
- * Scale factors are fixed-point numbers with 15 fraction bits: 32768 is 1.0, 16384 halves. Sizes
- * and columns of a result keep their low 16 bits, so the caller keeps them below 65536. Runs that
- * shrink to nothing vanish, and runs that come to touch become one.
- *
- * rleScaleLine makes a new row with both ends of every run rounded down, rleNNScaleLine rounds them
- * to the nearest, halves upwards. The result of a row without runs has its tag and no buffer; any
- * other has tag 0 and a buffer for the runs that are left. A factor of 0 leaves none.
- */
-RLE_API RleLine* rleScaleLine(RleLine* line, uint32_t factor);
-RLE_API RleLine* rleNNScaleLine(RleLine* line, uint32_t factor);
-
-/*
- * These scale an image in place, its width by xFactor and its height by yFactor (of which the two
- * lowest bits do not count). A factor of 0 changes nothing, and when memory runs out the image
- * stays as it is; its tag and resolution stay in any case.
- *
- * rleScaleRect picks rows and rounds down. rleNNScaleRect picks and rounds to the nearest.
- * rleMinScaleRect blackens a pixel when any source pixel that it covers is black, so that thin
- * strokes survive a reduction; sizes are rounded up, and all row tags are 0.
- */
-RLE_API void rleScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
-RLE_API void rleNNScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
-RLE_API void rleMinScaleRect(RleRect* rect, uint32_t xFactor, uint32_t yFactor);
-
-/*
- * rleScaleRect on the images of a region, and its vertices scaled and rounded down. With one factor
- * 0 the images stay as they are and the vertices move along the other axis only.
- */
-RLE_API void rleScalePoly(RlePoly* poly, uint32_t xFactor, uint32_t yFactor);
-
-/*
- * Scales with rleScaleRect, or rleScalePoly, from the image's resolution to `resolution` (dots per
- * inch) and stores that, keeping its low 16 bits. Where no factor leads from one to the other (a
- * resolution of 0, a negative one, a factor of 2^17 or more), and when memory runs out, only the
- * stored value changes. A region without an image is left as it is.
- */
-RLE_API void rleChangeResRect(RleRect* rect, int32_t resolution);
-RLE_API void rleChangeResPoly(RlePoly* poly, int32_t resolution);
-
-/*
- * A new image that just holds `rect` turned by `angle` degrees (any finite value), with tag 0 and
- * the same resolution (200 for 0). cornerX and cornerY receive the place of the source's top left
- * corner in the result, in pixels from its top left. Null, with both corners 0, for a null image,
- * one without rows, and an angle that is not finite; null when memory runs out.
- *
- * Multiples of 90 degrees are turned like any other angle; rleQRotateRect is exact.
- */
-RLE_API RleRect* rleRotateRect(RleRect* rect, double angle, double* cornerX, double* cornerY);
-
-/*
- * A new region turned by `angle` degrees, by quarter turns within 0.001 degrees of one. Its mask is
- * the turned polygon, even-odd, and its image is white outside of it; a region without vertices
- * gets the four corner pixels of its image as polygon. Corners as for rleRotateRect. Null, with
- * both corners 0, for a region without an image; null when the image cannot be turned or memory
- * runs out.
- */
-RLE_API RlePoly* rleRotatePoly(RlePoly* poly, double angle, double* cornerX, double* cornerY);
 
 /* ---- Group 4 --------------------------------------------------------------------------------- */
 

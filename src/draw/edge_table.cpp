@@ -161,6 +161,7 @@ bool RleEdgeTable::fileInBuckets() {
     if (bucket == &sentinel_ || bucket->scanline != joinsAt(**edge)) {
       bucket = bucket->next = newBucket();
       if (bucket == nullptr) return false;
+      // The list holds edges up to its end. NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker)
       *bucket = {joinsAt(**edge), edge, edge, nullptr};
     }
     ++bucket->end;
@@ -170,8 +171,8 @@ bool RleEdgeTable::fileInBuckets() {
 
 bool RleEdgeTable::build(const RlePoint* points, uint32_t count, int32_t firstRow, int32_t endRow) {
   firstRow_ = firstRow;
-  edges_.reset(static_cast<RleEdge*>(std::malloc(count * sizeof(RleEdge))));
-  order_.reset(static_cast<RleEdge**>(std::malloc(count * sizeof(RleEdge*))));
+  edges_.reset(static_cast<RleEdge*>(std::malloc(size_t{count} * sizeof(RleEdge))));
+  order_.reset(static_cast<RleEdge**>(std::calloc(count, sizeof(RleEdge*))));
   if (!edges_ || !order_) return false;
   collectEdges(points, count, endRow);
   std::sort(order_.get(), order_.get() + size_,

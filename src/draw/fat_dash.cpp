@@ -60,7 +60,7 @@ class DashWalk {
       twoCycles_ += 2 * std::max<int64_t>(length, 1);
     }
     used_ = pattern.offset;
-    if (used_ <= lengths_[0]) return;
+    if (used_ <= lengths_[0] || sum == 0) return;
     // Whole rounds of the pattern first.
     const int64_t rounds = (used_ - 1) / sum;
     used_ -= rounds * sum;

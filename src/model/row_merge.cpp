@@ -236,6 +236,7 @@ class Merge {
   // The span that touches or covers the end of the row's last run, or their number.
   uint32_t spanAtEnd() const {
     if (count_ == 0) return spans_.count;
+    // Where runs are counted there are some. NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
     const uint16_t end = runs_[count_ - 1].end;
     uint32_t j = spans_.count;
     while (j > 0 && spans_.first[j - 1].end >= end) --j;

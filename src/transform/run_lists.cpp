@@ -29,6 +29,7 @@ void RunLists::startBlock(List& list) {
   }
   Block* const block = free_++;
   --freeBlocks_;
+  // A slab always has room to align its blocks. NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
   block->older = blockOf(list.next - 1);
   list.next = block->runs.data();
 }

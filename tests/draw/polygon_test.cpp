@@ -15,42 +15,18 @@ namespace {
 
 using Polygon = std::vector<RlePoint>;
 
-OwnedRect filled(int width, int height, Polygon polygon, int rule) {
-  OwnedRect rect(rleNewRect(uint32_t(width), uint32_t(height), 0));
-  rleFillPolygon(rect.get(), int32_t(polygon.size()), polygon.data(), rule, 1, nullptr, 1);
-  return rect;
-}
-
-TEST(Polygons, KeepTheRightAndTheLowestEdgeOutAndFollowTheRule) {
-  using Rows = std::vector<std::string>;
-  EXPECT_EQ(picture(filled(5, 5, {{0, 0}, {4, 0}, {0, 4}}, 1).get()),
-            (Rows{"####.", "###..", "##...", "#....", "....."}));
-  const Polygon twice = {{0, 0}, {3, 0}, {3, 2}, {0, 2}, {0, 0}, {3, 0}, {3, 2}, {0, 2}};
-  EXPECT_EQ(picture(filled(4, 3, twice, 0).get()), Rows(3, "...."));
-  EXPECT_EQ(picture(filled(4, 3, twice, 1).get()), (Rows{"###.", "###.", "...."}));
-  const Polygon pentagram = {{10, 0}, {16, 18}, {0, 7}, {20, 7}, {4, 18}};
-  EXPECT_EQ(picture(filled(21, 19, pentagram, 0).get())[9], "...####......#####...");
-  EXPECT_EQ(picture(filled(21, 19, pentagram, 2).get())[9], "...###############...");
-  EXPECT_EQ(picture(filled(4, 3, {{0, 1}, {3, 1}, {1, 1}}, 1).get()), Rows(3, "...."));
-  EXPECT_EQ(picture(filled(4, 3, {{0, 0}, {3, 2}}, 1).get()), Rows(3, "...."));
-  rleFillPolygon(nullptr, INT_MIN, nullptr, 0, 1, nullptr, 1);
-}
-
 struct Edge {
-  RlePoint upper;
-  RlePoint lower;
+  RlePoint upper, lower;
   int winding;
 
   bool crosses(int y) const { return y >= upper.y && y < lower.y; }
   // How far the edge lies left of a pixel, in units of 1 / (lower.y - upper.y).
   __int128 leftOf(int64_t x, int y) const {
-    const __int128 dx = __int128{lower.x} - upper.x;
-    const __int128 dy = __int128{lower.y} - upper.y;
-    return (__int128{x} - upper.x) * dy - (__int128{y} - upper.y) * dx;
+    return (__int128{x} - upper.x) * (__int128{lower.y} - upper.y) -
+           (__int128{y} - upper.y) * (__int128{lower.x} - upper.x);
   }
   int column(int y) const {
-    const int64_t dy = int64_t{lower.y} - upper.y;
-    const auto left = int64_t(leftOf(0, y));
+    const int64_t dy = int64_t{lower.y} - upper.y, left = int64_t(leftOf(0, y));
     return int(-left / dy + (-left % dy > 0 ? 1 : 0));
   }
 };
@@ -70,17 +46,10 @@ Polygon randomPolygon(std::mt19937& random, int vertices, RlePoint low, RlePoint
   Polygon polygon;
   for (int i = 0; i < vertices; ++i) {
     RlePoint point{randomInt(random, low.x, high.x), randomInt(random, low.y, high.y)};
-    switch (i == 0 ? 0 : randomInt(random, 0, 9)) {
-      case 1:
-        point = polygon[size_t(randomInt(random, 0, i - 1))];
-        break;
-      case 2:
-        point.y = polygon.back().y;
-        break;
-      case 3:
-        point.x = polygon.back().x;
-        break;
-    }
+    const int kind = i == 0 ? 0 : randomInt(random, 0, 9);
+    if (kind == 1) point = polygon[size_t(randomInt(random, 0, i - 1))];
+    if (kind == 2) point.y = polygon.back().y;
+    if (kind == 3) point.x = polygon.back().x;
     polygon.push_back(point);
   }
   return polygon;
@@ -91,15 +60,13 @@ TEST(Polygons, CoverExactlyTheInsideWhereverVerticesLie) {
   const int extremes[] = {INT_MIN, INT_MIN + 1, -1073741825, -65536, -1,     0,
                           7,       15,          65535,       65536,  INT_MAX};
   for (int round = 0; round < 8000; ++round) {
-    const int width = randomInt(random, 1, 24);
-    const int height = randomInt(random, 1, 16);
-    const int vertices = randomInt(random, 3, 12);
-    Polygon polygon = randomPolygon(random, vertices, {-8, -12}, {width + 8, height + 12});
-    if (round % 2 == 0)
-      for (RlePoint& point : polygon) {
-        if (randomInt(random, 0, 2) == 0) point.x = extremes[randomInt(random, 0, 10)];
-        if (randomInt(random, 0, 2) == 0) point.y = extremes[randomInt(random, 0, 10)];
-      }
+    const int width = randomInt(random, 1, 24), height = randomInt(random, 1, 16);
+    Polygon polygon =
+        randomPolygon(random, randomInt(random, 3, 12), {-8, -12}, {width + 8, height + 12});
+    for (RlePoint& point : polygon)
+      for (int* number : {&point.x, &point.y})
+        if (round % 2 == 0 && randomInt(random, 0, 2) == 0)
+          *number = extremes[randomInt(random, 0, 10)];
     const std::vector<Edge> edges = edgesOf(polygon);
     for (const int rule : {0, 1}) {
       Pixels expected(width, height);
@@ -110,7 +77,8 @@ TEST(Polygons, CoverExactlyTheInsideWhereverVerticesLie) {
             if (edge.crosses(y) && edge.leftOf(x, y) >= 0) winding += edge.winding;
           expected.put(x, y, rule == 0 ? winding % 2 != 0 : winding != 0);
         }
-      const OwnedRect rect = filled(width, height, polygon, rule);
+      const OwnedRect rect = Pixels(width, height).toRect();
+      rleFillPolygon(rect.get(), int32_t(polygon.size()), polygon.data(), rule, 1, nullptr, 1);
       ASSERT_EQ(Pixels(rect.get()), expected) << "round " << round << " rule " << rule;
     }
   }
@@ -147,46 +115,30 @@ void paintSpans(RleRect* rect, const Polygon& polygon, int rule, int colour, Rle
   }
 }
 
-// Rows with runs or none, and buffers with more or less to spare.
-OwnedRect randomRows(std::mt19937 random, int width, int height) {
-  OwnedRect rect = randomPixels(random, width, height, 3, 3).toRect();
-  for (int y = 0; y < height; ++y) {
-    RleLine& row = *rect->rows[y];
-    if (randomInt(random, 0, 2) == 0) row.count = 0;
-    if (row.runs != nullptr)
-      row.runs = rleReAllocRuns(row.runs, row.count + uint32_t(randomInt(random, 0, 12)));
-  }
-  return rect;
-}
-
 // Buffers are resized span by span, which shows how the inside was cut into spans; with little
 // slack allowed it shows more often.
 TEST(Polygons, LeaveRowsAsSpansPaintedOneByOneDo) {
   std::mt19937 random(43);
   const OwnedRect tile = image({"##.", ".#."});
   for (int round = 0; round < 6000; ++round) {
-    const int width = randomInt(random, 1, 40);
-    const int height = randomInt(random, 1, 12);
-    Polygon polygon =
+    const int width = randomInt(random, 1, 40), height = randomInt(random, 1, 12);
+    Polygon p =
         round % 2 == 0
             ? randomPolygon(random, randomInt(random, 4, 14), {0, -40}, {6, height + 3})
             : randomPolygon(random, randomInt(random, 3, 90), {-9, -30}, {width + 9, height + 9});
-    const int rule = randomInt(random, 0, 1);
-    const int colour = randomInt(random, -1, 1);
-    const int mode = randomInt(random, 0, 2);
+    const int rule = round % 3 % 2, mode = randomInt(random, 0, 2),
+              colour = randomInt(random, -1, 1);
     rleRunAllocMaxExtra = uint32_t(randomInt(random, 0, 6));
     rleRunAllocMinExtra = uint32_t(randomInt(random, 0, 4));
-    const OwnedRect rect = randomRows(random, width, height);
-    const OwnedRect expected = randomRows(random, width, height);
-    paintSpans(expected.get(), polygon, rule, colour, tile.get(), mode);
-    rleFillPolygon(rect.get(), int32_t(polygon.size()), polygon.data(), rule, colour, tile.get(),
-                   mode);
+    const Pixels before = randomPixels(random, width, height, 3, 1 << randomInt(random, 0, 6));
+    const OwnedRect rect = before.toRect(), expected = before.toRect();
+    paintSpans(expected.get(), p, rule, colour, tile.get(), mode);
+    rleFillPolygon(rect.get(), int32_t(p.size()), p.data(), rule, colour, tile.get(), mode);
     for (int y = 0; y < height; ++y) {
-      RleRun* const runs = rect->rows[y]->runs;
-      RleRun* const wanted = expected->rows[y]->runs;
+      RleRun *const runs = rect->rows[y]->runs, *const wanted = expected->rows[y]->runs;
       ASSERT_EQ(runsOf(rect->rows[y]), runsOf(expected->rows[y])) << round << " row " << y;
       ASSERT_EQ(runs == nullptr ? 0 : capacityOf(runs), wanted == nullptr ? 0 : capacityOf(wanted))
-          << "round " << round << " row " << y;
+          << round << " row " << y;
     }
   }
   rleRunAllocMaxExtra = 40;

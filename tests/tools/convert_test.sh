@@ -13,18 +13,6 @@ group4_tiff page.tif "${page[@]}"
 group4_tiff stamp.tif "#.#" ".#."
 group4_tiff half.tif "######......" "######......" "######......" "######......" "######......"
 
-# converts OPTIONS... -- PICTURE...
-converts() {
-  local options=()
-  while [[ $1 != -- ]]; do
-    options+=("$1")
-    shift
-  done
-  shift
-  "$RLE" convert page.tif out.tif "${options[@]}" || fail "${options[*]}"
-  expect_picture out.tif "$@"
-}
-
 converts -- "${page[@]}"
 converts --blank 3,0,9,1 -- "..#........." "..#.......#." "${page[@]:2}"
 converts --fill 10,3,99,99 -- "${page[@]:0:3}" "..........##" "#.........##"

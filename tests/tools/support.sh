@@ -64,3 +64,14 @@ expect_picture() {
   tiffcmp -t expected.tif "$file" >differences 2>&1 || fail "$file: $(cat differences)"
 }
 
+# Whether page.tif becomes this picture: converts OPTIONS... -- PICTURE...
+converts() {
+  local options=()
+  while [[ $1 != -- ]]; do
+    options+=("$1")
+    shift
+  done
+  shift
+  "$RLE" convert page.tif out.tif "${options[@]}" || fail "${options[*]}"
+  expect_picture out.tif "$@"
+}

@@ -9,18 +9,6 @@ group4_tiff page.tif \
   "......" \
   "....##"
 
-# converts OPTIONS... -- PICTURE...
-converts() {
-  local options=()
-  while [[ $1 != -- ]]; do
-    options+=("$1")
-    shift
-  done
-  shift
-  "$RLE" convert page.tif out.tif "${options[@]}" || fail "${options[*]}"
-  expect_picture out.tif "$@"
-}
-
 converts --mirror x -- "....##" "......" "..#..." "##...."
 converts --mirror y -- "....##" "...#.." "......" "##...."
 converts --turn 1 -- "...#" "...#" "...." ".#.." "#..." "#..."
