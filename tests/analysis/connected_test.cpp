@@ -71,11 +71,26 @@ void expectRowsSetRunByRun(const RleRect& rect) {
   }
 }
 
-// A comb whose teeth join in the last row, or all black.
-Pixels drawing(bool full, int width, int height) {
+enum Kind { kSpiral, kComb, kLyingComb, kCheckerboard, kFull, kRandom };
+
+Pixels drawing(int kind, int width, int height) {
   Pixels pixels(width, height);
-  for (int i = 0; i < width * height; ++i)
-    pixels.put(i % width, i / width, full || i % width % 2 == 0 || i / width == height - 1);
+  int x = -1, y = 0, dx = 1, dy = 0;
+  for (int turns = 0; kind == kSpiral && turns < 3;) {
+    const bool free = pixels.contains(x + dx, y + dy) && !pixels.get(x + dx, y + dy) &&
+                      !pixels.get(x + 2 * dx, y + 2 * dy);
+    if (free) {
+      pixels.put(x += dx, y += dy, true), turns = 0;
+    } else {
+      dx = -std::exchange(dy, dx), ++turns;
+    }
+  }
+  for (int i = 0; kind != kSpiral && i < width * height; ++i) {
+    x = i % width, y = i / width;
+    const bool black[] = {false, x % 2 == 0 || y == height - 1, y % 2 == 0 || x == width - 1,
+                          (x + y) % 2 == 0, true};
+    pixels.put(x, y, black[kind]);
+  }
   return pixels;
 }
 
@@ -84,7 +99,9 @@ TEST(Connected, ComponentsAgreeWithAFloodFill) {
   for (int i = 0; i < 3000; ++i) {
     const int width = randomInt(random, 1, i % 10 == 0 ? 400 : 40),
               height = randomInt(random, 1, 40);
-    const Pixels pixels = randomPixels(random, width, height, 1 + i % 3 * 2, 1 + i % 11);
+    const Pixels pixels = i % 8 < kRandom
+                              ? drawing(i % 8, width, height)
+                              : randomPixels(random, width, height, 1 + i % 3 * 2, 1 + i % 11);
     const OwnedRect rect = pixels.toRect(300);
     rect->tag = rect->rows[0]->tag = 5;
     if (i % 3 == 0) {  // the least spare room above the greatest: buffers may keep their size
@@ -104,10 +121,13 @@ TEST(Connected, ComponentsAgreeWithAFloodFill) {
 
 TEST(Connected, TheLargestAndLongestNeedNoCallStack) {
   constexpr int kMost = 65535;
-  for (const Pixels& pixels :
-       {drawing(false, 9, kMost), drawing(false, kMost, 4), drawing(true, kMost, 3)}) {
+  const Pixels images[] = {drawing(kSpiral, 11, kMost), drawing(kSpiral, kMost, 11),
+                           drawing(kComb, 9, kMost),    drawing(kLyingComb, 9, kMost),
+                           drawing(kComb, kMost, 4),    drawing(kFull, kMost, 3)};
+  for (const Pixels& pixels : images) {
     const OwnedRect rect = pixels.toRect(300);
-    Call call{rect, pixels.width - 1, pixels.height - 1};
+    const int y = pixels.height - 1;
+    Call call{rect, pixels.get(pixels.width - 1, y) ? pixels.width - 1 : 0, y};
     pthread_attr_t small;
     pthread_attr_init(&small);
     pthread_attr_setstacksize(&small, 128 * 1024);
@@ -119,11 +139,11 @@ TEST(Connected, TheLargestAndLongestNeedNoCallStack) {
   }
 }
 
-TEST(Connected, RowsInDisorderGiveAValidImage) {
+TEST(Connected, RowsInDisorderGiveAValidImageAndStayUnharmed) {
   std::mt19937 random(2);
   for (int i = 0; i < 2000; ++i) {
     const OwnedRect rect(rleNewRect(50, 6, 200));
-    const int most = i % 2 == 0 ? 60 : 65535, x = randomInt(random, 0, most);
+    const int most = i % 2 == 0 ? 60 : 65535;
     for (int y = 0; y < 6; ++y) {
       std::vector<std::pair<int, int>> runs(size_t(randomInt(random, 0, 70)));
       for (auto& [start, end] : runs) {
@@ -133,8 +153,10 @@ TEST(Connected, RowsInDisorderGiveAValidImage) {
       const Row row(runs);
       std::swap(*rect->rows[y], *row.operator->());
     }
+    const int x = randomInt(random, 0, most);
     const OwnedRect result(rleConnected(rect.get(), x, 3, nullptr, nullptr));
     EXPECT_TRUE(!result || rleCheckRect(result.get()) == 1);
+    rleClosest(rect.get(), x, 3, 1 << i % 17, nullptr, nullptr);
   }
 }
 

@@ -18,25 +18,26 @@ class RowEdits : public testing::Test {
  protected:
   void TearDown() override { tune(6553, 4, 40); }
 
-  static void tune(int factor, int least, int most) {
+  static void tune(int factor, int least, int64_t most) {
     rleRunAllocFactor = uint32_t(factor);
     rleRunAllocMinExtra = uint32_t(least);
     rleRunAllocMaxExtra = uint32_t(most);
   }
 
   void randomTuning() {
-    tune(random(0, 40000), random(0, 12), random(0, 9) == 0 ? -1 : random(0, 60));
+    tune(random(0, 40000), random(0, 12), random(0, 9) == 0 ? 0xFFFFFFFF : random(0, 60));
   }
 
   int random(int low, int high) { return randomInt(random_, low, high); }
 
   // Any row, valid or not, in a buffer of any slack.
   Row randomRow(bool valid, int mostRuns) {
-    std::vector<std::pair<int, int>> runs(size_t(random(0, mostRuns)));
-    int x = random(-1, 8);
-    for (auto& [start, end] : runs) {
-      start = valid ? x + random(1, 9) : random(0, 65535);
-      x = end = valid ? start + random(1, 9) : random(0, 65535);
+    std::vector<std::pair<int, int>> runs;
+    int x = 0;
+    for (int n = random(0, mostRuns); n > 0; --n) {
+      const int start = valid ? x + random(runs.empty() ? 0 : 1, 9) : random(0, 65535);
+      x = valid ? start + random(1, 9) : random(0, 65535);
+      runs.emplace_back(start, x);
     }
     Row row(runs);
     if (random(0, 2) == 0) row->runs = resizeRuns(row->runs, uint32_t(row->count + random(0, 80)));
@@ -44,10 +45,10 @@ class RowEdits : public testing::Test {
   }
 
   std::mt19937 random_{20260722};
-  RunScratch scratch_;
 };
 
 TEST_F(RowEdits, AnySeriesOfEditsLeavesWhatItsDefinitionSays) {
+  RunScratch scratch;
   for (int round = 0; round < 10000; ++round) {
     randomTuning();
     const bool forward = random(0, 1) == 1;
@@ -55,13 +56,13 @@ TEST_F(RowEdits, AnySeriesOfEditsLeavesWhatItsDefinitionSays) {
     if (row->runs != nullptr) one->runs = resizeRuns(one->runs, capacityOf(row->runs));
     LiteralRow expected(row);
     const int edits = random(1, 40);
-    BatchEdits batch(*row, uint32_t(edits), scratch_);
+    BatchEdits batch(*row, uint32_t(edits), scratch);
     for (int i = 0, x = 0; i < edits; ++i) {
       const int start = forward ? x + random(0, 12) : random(0, 600), end = start + random(0, 15);
       const bool set = random(0, 1) == 1;
       x = random(0, 1) == 1 ? end : start;  // edits may begin where the one before began
       set ? batch.set(uint16_t(start), uint16_t(end)) : batch.clear(uint16_t(start), uint16_t(end));
-      (set ? rleSetLine : rleClearLine)(one, start, end - 1);
+      set ? rleSetLine(one, start, end - 1) : rleClearLine(one, start, end - 1);
       expected.edit(set, start, end);
     }
     batch.finish();
@@ -69,32 +70,66 @@ TEST_F(RowEdits, AnySeriesOfEditsLeavesWhatItsDefinitionSays) {
   }
 }
 
+// Every source of 8 columns over every target of 8, shifted by -7 to 7, against bit arithmetic.
+TEST_F(RowEdits, MergingAndMaskingEveryPairOfSmallRows) {
+  const auto bits = [](const RleLine* line) {
+    uint32_t pixels = 0;
+    for (uint32_t i = 0; i < line->count; ++i)
+      pixels |= (1U << line->runs[i].end) - (1U << line->runs[i].start);
+    return pixels;
+  };
+  const Row row;
+  row->runs = resizeRuns(nullptr, 64);  // so roomy that it keeps its size
+  int wrong = 0;
+  for (uint32_t from = 0; from < 256; ++from) {
+    const Row source(from, 8);
+    for (uint32_t to = 0; to < 256; ++to) {
+      const Row target(to, 8);
+      for (int way = 0; way < 60; ++way) {
+        const int shift = way / 4 - 7, first = std::max(-shift, 0), at = std::max(shift, 0);
+        const uint32_t picked = ((way % 2 == 1 ? ~from & 0xFF : from) >> first) << at;
+        row->count = target->count;
+        std::copy_n(target->runs, target->count, row->runs);
+        (way % 2 == 1 ? rleMaskLineRun : rleMergeLineRun)(row, source, at, first, 7, way & 2);
+        const uint32_t expected = (way & 2) != 0 ? to | picked : to & ~picked;
+        wrong += bits(row) != expected || rleCheckLine(row, 16) != 1;
+      }
+    }
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
 // Stretches that end anywhere, targets that wrap at 16 bits, rows of all sizes, tuned at random.
 TEST_F(RowEdits, AMergeMaskOrReplacementLeavesWhatSingleEditsLeave) {
-  for (int round = 0; round < 10000; ++round) {
+  RunScratch scratch;
+  for (int round = 0; round < 6000; ++round) {
     randomTuning();
     const int mostRuns = round % 20 == 0 ? 600 : 20;
     const Row row = randomRow(true, mostRuns), source = randomRow(true, mostRuns);
     const int first = random(0, 100), end = first + random(-1, round % 2 == 0 ? 8000 : 150);
     const int at = random(0, 9) == 0 ? random(65000, 65535) : random(0, 200);
-    const bool set = random(0, 1) == 1, masks = random(0, 1) == 1, replaces = random(0, 4) == 0;
+    enum Way { Set, Clear, MaskSet, MaskClear, Replace };
+    const auto way = Way(random(0, 4));
     LiteralRow expected(row);
-    const auto edit = [&](bool value, int x1, int x2) {
-      x1 = std::clamp(x1, first, std::max(first, end)), x2 = std::clamp(x2, x1, std::max(x1, end));
-      if (x1 < x2) expected.edit(value, uint16_t(at - first + x1), uint16_t(at - first + x2));
+    const auto edit = [&](bool set, int x1, int x2) {
+      expected.edit(set, uint16_t(at - first + x1), uint16_t(at - first + x2));
     };
-    if (replaces) edit(false, first, end);
+    if (way == Replace) edit(false, first, std::max(first, end));
     int gap = first;
     for (const auto& [x1, x2] : runsOf(source)) {
-      if (replaces || !masks) edit(replaces || set, x1, x2);
-      if (masks && !replaces) edit(set, gap, x1);
-      gap = x2;
+      if (x2 <= first || x1 >= end) continue;
+      if (way == MaskSet || way == MaskClear)
+        edit(way == MaskSet, gap, std::max(gap, x1));
+      else
+        edit(way != Clear, std::max(x1, first), std::min(x2, end));
+      gap = std::min(x2, end);
     }
-    if (masks && !replaces) edit(set, gap, end);
-    if (replaces)
-      replaceRow(*row, *source, {uint32_t(first), uint32_t(end), uint32_t(at)}, scratch_);
+    if (gap < end && (way == MaskSet || way == MaskClear)) edit(way == MaskSet, gap, end);
+    if (way == Replace)
+      replaceRow(*row, *source, {uint32_t(first), uint32_t(end), uint32_t(at)}, scratch);
     else
-      (masks ? rleMaskLineRun : rleMergeLineRun)(row, source, at, first, end - 1, set ? -1 : 0);
+      (way > Clear ? rleMaskLineRun : rleMergeLineRun)(row, source, at, first, end - 1,
+                                                       way == Set || way == MaskSet ? -1 : 0);
     ASSERT_TRUE(expected.matches(row)) << "round " << round;
   }
 }

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <iterator>
 #include <sstream>
+#include <thread>
 
 #include "g4/g4_bits.h"
 #include "model/runs.h"
@@ -61,27 +61,39 @@ std::string repeated(const std::string& codes, int times) {
   return bits;
 }
 
-// A stream that decodes a page of its own within every getByte, and sizes that are not read for.
-TEST(DecodingGroup4, OfCodesSpelledOutGoesOnInsideStreams) {
-  const auto bytes = bytesOf(std::string("001 1011 011 1 01111") + kEofb, false);
-  static const RleStreamOps* const plain = ByteStream().ops;
-  RleStreamOps nesting = *plain;
-  nesting.getByte = [](RleStream* stream) {
-    ByteStream inner(bytesOf(std::string("001 0111 011 1") + kEofb, true));
-    EXPECT_TRUE(OwnedRect(rleLoadRectFromCCITTG4(&inner, 16, 1, 0, 1)));
-    return plain->getByte(stream);
+// A white run of 4, a black one of 4, and to the end.
+const std::string kOneRow = "001 1011 011 1", kEol = "000000000001", kEnd = kEofb;
+
+TEST(DecodingGroup4, OfCodesSpelledOut) {
+  const std::string blank(16, '.'), row = "....####........";
+  const std::pair<std::string, std::vector<std::string>> cases[] = {
+      {kOneRow + "01111" + kEnd, {row, ".....###........", blank}},
+      {"001 00110101 11 1 1" + kEnd, {"##..............", blank, blank}},
+      {"001 0111 0000010111" + kEnd, {"..##############", blank, blank}},  // black 16
+      {kOneRow + kEol + "1 1 1" + kEol + kOneRow, {row, row, blank}},
+      {"1 001 1011 011" + kEnd, {blank, blank, blank}},  // a row begun and lost
+      {repeated(kOneRow, 4) + "111" + kEnd, {row, row, row}},
+      // Endless make-up codes stay within the row.
+      {"001 00110101" + repeated("000000011111", 1000000) + "11" + kEnd, {std::string(16, '#')}},
   };
-  ByteStream stream(bytes), unread(bytes);
-  stream.ops = &nesting;
-  const OwnedRect rect(rleLoadRectFromCCITTG4(&stream, 16, 3, 0x12C0 << 16, 0));
-  ASSERT_TRUE(rect);
-  EXPECT_EQ(picture(rect.get()),
-            (std::vector<std::string>{"....####........", ".....###........", "................"}));
-  EXPECT_EQ(rect->resolution, 200);
-  for (const int size : {-1, INT32_MIN, 65536, INT32_MAX})
-    EXPECT_FALSE(rleLoadRectFromCCITTG4(&unread, size, 1, 200, 0) ||
-                 rleLoadRectFromCCITTG4(&unread, 1, size, 200, 0));
-  EXPECT_EQ(unread.operations, 0);
+  for (const auto& [bits, rows] : cases)
+    for (const bool lsbFirst : {false, true}) {
+      ByteStream stream(bytesOf(bits, lsbFirst));
+      const OwnedRect rect(
+          rleLoadRectFromCCITTG4(&stream, 16, int(rows.size()), 0x12C0 << 16, lsbFirst ? 256 : 0));
+      ASSERT_TRUE(rect) << bits.substr(0, 50);
+      EXPECT_EQ(picture(rect.get()), rows) << bits.substr(0, 50);
+      EXPECT_EQ(rect->resolution, 200);
+    }
+}
+
+TEST(DecodingGroup4, RefusesSizesWithoutReading) {
+  ByteStream stream(bytesOf(kEofb, false));
+  for (const int size : {-1, INT32_MIN, 65536, INT32_MAX}) {
+    EXPECT_EQ(rleLoadRectFromCCITTG4(&stream, size, 1, 200, 0), nullptr);
+    EXPECT_EQ(rleLoadRectFromCCITTG4(&stream, 1, size, 200, 0), nullptr);
+  }
+  EXPECT_EQ(stream.operations, 0);
 }
 
 TEST(DecodingGroup4, WalksAllPairsOfBytesAsTheTreesDo) {
@@ -100,12 +112,13 @@ std::string randomCodes(std::mt19937& random) {
       "001000111010 0011101111000000110111 001101110 001000011011100110101 "
       "001000000010000011010111 000000000001 0000001");
   const std::vector<std::string> codes(std::istream_iterator<std::string>(words), {});
-  const auto chosen = uint32_t(random() & random());
+  std::vector<std::string> chosen(size_t(randomInt(random, 1, int(codes.size()))));
+  for (std::string& code : chosen) code = codes[random() % codes.size()];
   std::string bits;
-  for (int tries = randomInt(random, 1, 500); tries > 0; --tries) {
-    const size_t code = random() % codes.size();
-    const bool ends = code >= 21;  // the last two more seldom
-    if ((chosen >> code & 1) != 0) bits += ends && random() % 16 != 0 ? "1" : codes[code];
+  for (int length = randomInt(random, 1, 120); length > 0; --length) {
+    const std::string& code = chosen[random() % chosen.size()];
+    const bool ends = code == "000000000001" || code == "0000001";  // these two more seldom
+    bits += ends && random() % 16 != 0 ? "1" : code;
   }
   return bits + (random() % 4 != 0 ? kEofb : "");
 }
@@ -114,8 +127,9 @@ TEST(DecodingGroup4, WalksRandomCodesAndBytesAsTheTreesDo) {
   std::mt19937 random(1);
   for (int i = 0; i < 20000; ++i) {
     const bool lsbFirst = random() % 2 != 0;
-    const int low = randomInt(random, 0, 12), some = randomInt(random, 13, 300);
-    const int width = std::array{low, some, 32764, 32765, 65535}[random() % 5];
+    const int widths[] = {randomInt(random, 0, 12), randomInt(random, 13, 300), 32764, 32765,
+                          65535};
+    const int width = widths[random() % 5];
     const auto bytes = bytesOf(randomCodes(random), lsbFirst);
     ASSERT_TRUE(decodesAsTheWalk(bytes, width, 3, lsbFirst)) << "codes " << i;
     std::vector<uint8_t> noise(size_t(i % 40));
@@ -139,17 +153,43 @@ TEST(DecodingGroup4, OfDamagedPagesAgreesWithTheTrees) {
 }
 
 TEST(DecodingGroup4, OfRowsThatAreTooLongStopsAtTheElementThatIsTooMany) {
-  const std::string endless = "001 00110101" + repeated("000000011111", 1000000) + "11" + kEofb;
-  EXPECT_TRUE(decodesAsTheWalk(bytesOf(endless, true), 16, 1, true)) << "make-up codes";
   const std::string pair = "001 000111 010";  // white 1, black 1
   for (const int pairs : {25797, 25799, 25800, 25801})
     for (const int width : {51599, 51604, 65535})
       for (int more = 0; more < 4; ++more) {  // pairs before a second row that repeats the first
         const auto bytes = bytesOf("001 10011 010" + repeated(pair, pairs - 1) + "1" +
-                                       repeated(pair, more) + repeated("1", 2 * pairs + 1) + kEofb,
+                                       repeated(pair, more) + repeated("1", 2 * pairs + 1) + kEnd,
                                    true);
         ASSERT_TRUE(decodesAsTheWalk(bytes, width, 2, true)) << pairs << " and " << more;
       }
+}
+
+// A stream that decodes its own data from within getByte now and then, on two threads.
+TEST(DecodingGroup4, GoesOnInSeveralThreadsAndInsideStreams) {
+  std::mt19937 random(3);
+  const Pixels page = randomPixels(random, 500, 40);
+  const auto bytes = encode(page.toRect().get());
+  static const RleStreamOps* const plain = ByteStream().ops;
+  static RleStreamOps nesting = *plain;
+  nesting.getByte = [](RleStream* stream) {
+    auto& self = *static_cast<ByteStream*>(stream);
+    ByteStream inner(self.bytes);
+    if (self.position % 50 == 0) {
+      EXPECT_NE(OwnedRect(rleLoadRectFromCCITTG4(&inner, 500, 40, 0, 1)), nullptr);
+    }
+    return plain->getByte(stream);
+  };
+  const auto decodeMany = [&] {
+    for (int i = 0; i < 5; ++i) {
+      ByteStream stream(bytes);
+      stream.ops = &nesting;
+      const OwnedRect rect(rleLoadRectFromCCITTG4(&stream, 500, 40, 0, 1));
+      EXPECT_EQ(Pixels(rect.get()), page);
+    }
+  };
+  std::thread other(decodeMany);
+  decodeMany();
+  other.join();
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ TEST(EncodingGroup4, OfRowsSpelledOut) {
 }
 
 // What libtiff writes for the same page.
-std::vector<uint8_t> libtiffEncode(const Pixels& page) {
+std::vector<uint8_t> libtiffEncode(const Pixels& page, int fillOrder) {
   const std::string path = testing::TempDir() + "rle_g4_" + std::to_string(getpid()) + ".tif";
   std::unique_ptr<TIFF, void (*)(TIFF*)> tiff(TIFFOpen(path.c_str(), "w"), TIFFClose);
   for (const auto& [tag, value] : {std::pair{TIFFTAG_IMAGEWIDTH, page.width},
@@ -42,7 +42,7 @@ std::vector<uint8_t> libtiffEncode(const Pixels& page) {
                                    {TIFFTAG_ROWSPERSTRIP, page.height},
                                    {TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4},
                                    {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE},
-                                   {TIFFTAG_FILLORDER, FILLORDER_LSB2MSB}})
+                                   {TIFFTAG_FILLORDER, fillOrder}})
     TIFFSetField(tiff.get(), uint32_t(tag), value);
   const int rowBytes = (page.width + 7) / 8;
   std::vector<uint8_t> packed(size_t(rowBytes * page.height));
@@ -58,13 +58,20 @@ std::vector<uint8_t> libtiffEncode(const Pixels& page) {
   return bytes;
 }
 
+// Our bytes are libtiff's, and what libtiff writes in either order of bits is read back.
 void expectLikeLibtiff(const Pixels& page) {
-  const auto bytes = encode(page.toRect().get());
-  ASSERT_EQ(bytes, libtiffEncode(page));
-  ByteStream stream(bytes);
-  const OwnedRect decoded(rleLoadRectFromCCITTG4(&stream, page.width, page.height, 200, 1));
-  ASSERT_EQ(Pixels(decoded.get()), page);
-  ASSERT_EQ(stream.position, bytes.size());
+  for (const int fillOrder : {FILLORDER_LSB2MSB, FILLORDER_MSB2LSB}) {
+    const bool lsbFirst = fillOrder == FILLORDER_LSB2MSB;
+    ByteStream stream(libtiffEncode(page, fillOrder));
+    if (lsbFirst) {
+      ASSERT_EQ(encode(page.toRect().get()), stream.bytes);
+    }
+    const OwnedRect decoded(
+        rleLoadRectFromCCITTG4(&stream, page.width, page.height, 200, lsbFirst ? 1 : 0));
+    ASSERT_TRUE(decoded != nullptr);
+    ASSERT_EQ(Pixels(decoded.get()), page);
+    ASSERT_EQ(stream.position, stream.bytes.size());
+  }
 }
 
 TEST(EncodingGroup4, OfEveryRowUnderEveryRowAndOfRandomPagesIsLibtiffs) {
