@@ -2,6 +2,7 @@
 
 #include "compare.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <map>
@@ -110,6 +111,44 @@ void printTable(const Collector& collector) {
   for (const std::string& text : notes()) std::printf("\n%s\n", text.c_str());
 }
 
+std::string shortNumber(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, value < 10 ? "%.2g" : "%.0f", value);
+  return text;
+}
+
+// The ratios alone: a row for an operation and a peer, a column for a page.
+void printSummary(const Collector& collector) {
+  std::vector<std::string> pages;
+  std::vector<std::pair<std::string, std::string>> rows;
+  std::map<std::pair<std::string, std::string>, std::map<std::string, std::string>> cells;
+  for (const Comparison& comparison : comparisons()) {
+    const auto* ours = collector.find(comparison.ours);
+    for (const auto& peer : comparison.peers) {
+      const auto* theirs = collector.find(peer.benchmark);
+      if (ours == nullptr || theirs == nullptr) continue;
+      const double ratio = theirs->milliseconds / ours->milliseconds;
+      std::string cell = shortNumber(ratio);
+      if (peer.aim > 0) cell += " (" + shortNumber(peer.aim) + ")";
+      const std::pair row(comparison.operation, peer.name);
+      if (!cells.contains(row)) rows.push_back(row);
+      if (std::ranges::find(pages, comparison.page) == pages.end())
+        pages.push_back(comparison.page);
+      cells[row][comparison.page] = std::move(cell);
+    }
+  }
+  std::printf(
+      "\nTimes as fast as the peer, in brackets what is aimed at:\n\n| operation | beside |");
+  for (const std::string& page : pages) std::printf(" %s |", page.c_str());
+  std::printf("\n|---|---|");
+  for (size_t i = 0; i < pages.size(); ++i) std::printf("--:|");
+  for (const auto& row : rows) {
+    std::printf("\n| %s | %s |", row.first.c_str(), row.second.c_str());
+    for (const std::string& page : pages) std::printf(" %s |", cells[row][page].c_str());
+  }
+  std::printf("\n");
+}
+
 }  // namespace
 
 void compare(const std::string& operation, const Page& page, Body ours,
@@ -155,5 +194,6 @@ int main(int argc, char** argv) {
   benchmark::RunSpecifiedBenchmarks(&collector);
   std::fputc('\n', stderr);
   printTable(collector);
+  printSummary(collector);
   return 0;
 }

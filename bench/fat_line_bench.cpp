@@ -94,7 +94,7 @@ void addFatLines(const Page&) {
   if (added) return;
   added = true;
   static Page blank;
-  blank.name = "blank A4, 400 dpi";
+  blank.name = "blank";
   blank.width = kWidth;
   blank.height = kHeight;
   blank.rect.reset(rleNewRect(kWidth, kHeight, 400));
