@@ -43,7 +43,7 @@ class ArcVertices {
   }
 
   bool add(const RleDPoint& vertex) {
-    if (count_ == capacity_ && !grow(kMoreVertices)) return false;
+    if (count_ == capacity_ && !grow(std::max(kMoreVertices, capacity_ / 2))) return false;
     at(count_++) = vertex;
     return true;
   }

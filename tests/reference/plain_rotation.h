@@ -92,7 +92,11 @@ struct PlainRotation {
   }
 
  private:
-  static int round(double v) { return v > 0 ? int(v + 0.5) : int(v - 0.5); }
+  // Halves away from zero. What belongs to octants that are not the angle's can be anything.
+  static int round(double v) {
+    v = std::clamp(v, -1e9, 1e9);
+    return v > 0 ? int(v + 0.5) : int(v - 0.5);
+  }
 
   void walk(int p, int q) {
     const bool increasing = octant_ <= 3 || octant_ == 8;
