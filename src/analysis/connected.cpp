@@ -18,21 +18,15 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
-#include <memory>
 #include <span>
 #include <utility>
 
+#include "model/heap_array.h"
 #include "model/owners.h"
 #include "model/runs.h"
 
 namespace rle {
 namespace {
-
-struct HeapFree {
-  void operator()(void* block) const { std::free(block); }
-};
-template <class T>
-using HeapArray = std::unique_ptr<T[], HeapFree>;
 
 constexpr uint32_t kWordBits = 64;
 constexpr uint32_t kNoRow = UINT32_MAX;
@@ -79,7 +73,7 @@ class RowStates {
     const uint32_t size = std::max(kFirstRows, 2 * size_);
     if (size_ == 0) first_ = y - std::min(y, size / 2);
     const uint32_t first = y < first_ ? first_ - std::min(first_, size - size_) : first_;
-    HeapArray<RowState> grown(static_cast<RowState*>(std::calloc(size, sizeof(RowState))));
+    HeapArray<RowState> grown = zeroedArray<RowState>(size);
     if (!grown) return false;
     std::copy_n(states_.get(), size_, grown.get() + (first_ - first));
     states_ = std::move(grown);
@@ -161,21 +155,6 @@ class Neighbours {
   uint32_t first_ = UINT32_MAX;
   uint32_t end_ = 0;
 };
-
-// A row that gets `count` runs one by one has its buffer fitted after each by rleReAllocRuns, which
-// leaves a buffer with much to spare as it is. Returns the count at the last change, so that
-// rleAllocRuns makes the buffer such a row ends up with.
-uint32_t lastFittedCount(uint32_t count) {
-  if (rleRunAllocMinExtra <= rleRunAllocMaxExtra) return count;  // never that much to spare
-  uint32_t fitted = 1;
-  uint32_t capacity = fitted + extraSlots(fitted);
-  for (uint32_t n = 2; n <= count; ++n) {
-    if (capacity >= n && capacity - n > rleRunAllocMaxExtra) continue;
-    fitted = n;
-    capacity = n + extraSlots(n);
-  }
-  return fitted;
-}
 
 // Sorts and joins the runs of a row, none of them empty, as if set one by one.
 void makeValid(RleLine& line) {
@@ -284,8 +263,10 @@ class Component {
     const std::span found(foundBits(y), wordsOf(*image_.rows[y]));
     uint32_t count = 0;
     for (const uint64_t word : found) count += uint32_t(std::popcount(word));
-    line.runs = rleAllocRuns(lastFittedCount(count));
-    if (line.runs == nullptr) return false;
+    if (!CapacityPlan::alwaysFits()) return false;
+    CapacityPlan plan(nullptr);
+    plan.fitRising(1, count);  // as if the runs had been set one by one
+    if (!plan.carryOut(line.runs, count)) return false;
     RleRun* end = line.runs;
     for (size_t word = 0; word < found.size(); ++word) {
       const RleRun* const source = image_.rows[y]->runs + word * kWordBits;

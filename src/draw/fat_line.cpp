@@ -5,26 +5,18 @@
 // them a short line of its own; where gaps are painted, dashes come first and gaps after them.
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 #include <span>
 
 #include "draw/fat_arc.h"
 #include "draw/fat_dash.h"
 #include "draw/fat_stroke.h"
 #include "draw/line_style.h"
+#include "model/heap_array.h"
 #include "model/owners.h"
 #include "rle.h"
 
 namespace rle {
 namespace {
-
-using HeapPoints = std::unique_ptr<RlePoint[], FreeWith<std::free>>;
-
-template <class T>
-std::unique_ptr<T[], FreeWith<std::free>> newArray(size_t count) {
-  return std::unique_ptr<T[], FreeWith<std::free>>(static_cast<T*>(std::malloc(count * sizeof(T))));
-}
 
 bool isSame(const RlePoint& p, const RlePoint& q) { return p.x == q.x && p.y == q.y; }
 
@@ -143,7 +135,7 @@ class DashedLine {
 
 void drawDashed(const RleLineStyle& style, std::span<const RlePoint> points,
                 const DashPattern& pattern, int32_t colour, bool paintsGaps) {
-  const HeapPoints vertices = newArray<RlePoint>(points.size());
+  const HeapArray<RlePoint> vertices = newArray<RlePoint>(points.size());
   if (!vertices) return;
   size_t count = 0;
   forEachVertex(points, [&](const RlePoint& vertex) { vertices[count++] = vertex; });

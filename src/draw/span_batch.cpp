@@ -17,11 +17,6 @@ namespace {
 constexpr uint32_t kMostSpans = 16384;
 constexpr uint32_t kMaxRuns = 65535;  // what RleLine::count can hold
 
-template <class T>
-T* newArray(size_t count) {
-  return static_cast<T*>(std::malloc(count * sizeof(T)));
-}
-
 int32_t endOfRun(const RleRun& run) {
   // Read as a word, which compilers turn into vector code.
   constexpr uint32_t kEndShift = std::endian::native == std::endian::little ? 16 : 0;
@@ -112,9 +107,9 @@ void SpanBatch::setColour(int32_t colour) {
 bool SpanBatch::makeRoom() {
   if (paint_ == Paint::Pattern || refused_) return false;
   if (rowEnds_ == nullptr) {
-    spans_.reset(newArray<Span>(kMostSpans));
-    byRow_.reset(newArray<RleRun>(kMostSpans));
-    rowEnds_.reset(newArray<uint32_t>(size_t{image_.height} + 1));
+    spans_ = newArray<Span>(kMostSpans);
+    byRow_ = newArray<RleRun>(kMostSpans);
+    rowEnds_ = newArray<uint32_t>(size_t{image_.height} + 1);
     refused_ = !spans_ || !byRow_ || !rowEnds_;
   }
   return !refused_;

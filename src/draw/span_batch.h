@@ -8,10 +8,8 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
-#include "model/owners.h"
+#include "model/heap_array.h"
 #include "model/paint.h"
 #include "rle.h"
 
@@ -34,8 +32,6 @@ class SpanBatch {
   struct Span {
     uint16_t y, start, end;
   };
-  template <class T>
-  using Array = std::unique_ptr<T[], FreeWith<std::free>>;
 
   bool makeRoom();
   void flush();
@@ -47,9 +43,9 @@ class SpanBatch {
   Paint paint_;
   bool refused_ = false;  // there is no memory; spans are painted as they come
   uint32_t count_ = 0;
-  Array<Span> spans_;        // as they came
-  Array<RleRun> byRow_;      // the same, row after row
-  Array<uint32_t> rowEnds_;  // in byRow_, for each row of the image
+  HeapArray<Span> spans_;        // as they came
+  HeapArray<RleRun> byRow_;      // the same, row after row
+  HeapArray<uint32_t> rowEnds_;  // in byRow_, for each row of the image
 };
 
 }  // namespace rle

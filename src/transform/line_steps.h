@@ -15,7 +15,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "transform/heap_array.h"
+#include "model/heap_array.h"
 
 namespace rle {
 

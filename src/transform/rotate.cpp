@@ -27,10 +27,10 @@
 #include <cstdint>
 #include <span>
 
+#include "model/heap_array.h"
 #include "model/owners.h"
 #include "model/runs.h"
 #include "rle.h"
-#include "transform/heap_array.h"
 #include "transform/joining_writer.h"
 #include "transform/line_steps.h"
 #include "transform/row_difference.h"

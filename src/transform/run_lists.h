@@ -21,8 +21,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "model/heap_array.h"
 #include "rle.h"
-#include "transform/heap_array.h"
 
 namespace rle {
 

@@ -16,9 +16,9 @@
 #include <span>
 #include <utility>
 
+#include "model/heap_array.h"
 #include "model/owners.h"
 #include "rle.h"
-#include "transform/heap_array.h"
 #include "transform/joining_writer.h"
 
 namespace rle {

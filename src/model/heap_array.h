@@ -1,4 +1,4 @@
-// Working arrays of the transforms: zero-filled, on the heap, released on every way out.
+// Working arrays on the heap, released on every way out.
 
 #pragma once
 
@@ -11,6 +11,12 @@ namespace rle {
 
 template <class T>
 using HeapArray = std::unique_ptr<T[], FreeWith<std::free>>;
+
+// Items hold whatever was there.
+template <class T>
+HeapArray<T> newArray(size_t count) {
+  return HeapArray<T>(static_cast<T*>(std::malloc(count * sizeof(T))));
+}
 
 // Null only when memory runs out: an array of 0 items has an address too.
 template <class T>
