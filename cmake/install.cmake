@@ -12,7 +12,11 @@ set(rle_description "${PROJECT_DESCRIPTION}")
 set(rle_header include/rle.h)
 set(xio_description "Streams over memory and files")
 set(xio_header siblings/xio/xio.h)
-set(installed_libraries xio rle) # a library comes after those it needs
+set(hue_description "Colour spaces")
+set(hue_header siblings/hue/hue.h)
+set(gfx_description "A raster pipeline over the usual codecs")
+set(gfx_header siblings/gfx/gfx.h)
+set(installed_libraries xio hue gfx rle) # a library comes after those it needs
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/rle)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

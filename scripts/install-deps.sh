@@ -6,16 +6,17 @@
 set -euo pipefail
 
 build=(g++ cmake ninja-build pkg-config)
+codecs=(libtiff-dev libpng-dev libjpeg62-turbo-dev)
 program=(libcli11-dev nlohmann-json3-dev)
 tests=(libgtest-dev libgmock-dev libtiff-tools)
-bench=(libbenchmark-dev libtiff-dev libpixman-1-dev libleptonica-dev libcairo2-dev)
+bench=(libbenchmark-dev libpixman-1-dev libleptonica-dev libcairo2-dev)
 checks=(git clang clang-format clang-tidy libclang-rt-14-dev shellcheck)
 
 case "${1-}" in
-  demo) wanted=("${build[@]}" "${program[@]}") ;;
+  demo) wanted=("${build[@]}" "${codecs[@]}" "${program[@]}") ;;
   # The release preset builds programs, tests and benchmarks alike.
-  test | bench) wanted=("${build[@]}" "${program[@]}" "${tests[@]}" "${bench[@]}") ;;
-  ci) wanted=("${build[@]}" "${program[@]}" "${tests[@]}" "${bench[@]}" "${checks[@]}") ;;
+  test | bench) wanted=("${build[@]}" "${codecs[@]}" "${program[@]}" "${tests[@]}" "${bench[@]}") ;;
+  ci) wanted=("${build[@]}" "${codecs[@]}" "${program[@]}" "${tests[@]}" "${bench[@]}" "${checks[@]}") ;;
   *)
     echo "usage: $0 demo|test|bench|ci" >&2
     exit 2

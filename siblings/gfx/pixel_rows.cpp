@@ -1,0 +1,151 @@
+#include "pixel_rows.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "hue.h"
+
+namespace gfx {
+namespace {
+
+// Pixels converted at a time, so that all between fits on a small stack: whole bytes of bits.
+constexpr uint32_t kSlice = 512;
+constexpr uint8_t kHalf = 128;  // luminance from here on is white
+
+bool isBlackOne(uint32_t format) { return colourType(format) % 5 == 4; }
+
+uint8_t onWhite(uint8_t sample, uint8_t alpha) {
+  return uint8_t((sample * alpha + 255u * (255u - alpha) + 127) / 255);
+}
+
+// Lays pixels of `samples` colours and alpha on white, and leaves the colours.
+void flatten(const uint8_t* from, uint32_t samples, uint8_t* to, uint32_t count) {
+  for (uint32_t i = 0; i < count; ++i, from += samples + 1)
+    for (uint32_t s = 0; s < samples; ++s) *to++ = onWhite(from[s], from[samples]);
+}
+
+void greyFromBits(const uint8_t* bits, bool blackOne, uint8_t* grey, uint32_t count) {
+  for (uint32_t i = 0; i < count; ++i) {
+    const bool one = bits[i / 8] >> (7 - i % 8) & 1;
+    grey[i] = one == blackOne ? 0 : 255;
+  }
+}
+
+void bitsFromGrey(const uint8_t* grey, bool blackOne, uint8_t* bits, uint32_t count) {
+  std::memset(bits, 0, (count + 7) / 8);
+  for (uint32_t i = 0; i < count; ++i)
+    if ((grey[i] < kHalf) == blackOne) bits[i / 8] |= uint8_t(0x80 >> i % 8);
+}
+
+// A slice of a row as grey or RGB, whichever it is at heart, at `to`.
+bool toGreyOrRgb(uint32_t format, const uint8_t* from, uint8_t* to, uint32_t count) {
+  switch (colourType(format)) {
+    case GFX_RGB:
+      std::memcpy(to, from, size_t{count} * 3);
+      return true;
+    case GFX_GREY:
+      std::memcpy(to, from, count);
+      return false;
+    case GFX_CMYK:
+      hueRgbFromCmyk(from, to, count);
+      return true;
+    case GFX_RGB_ALPHA:
+      flatten(from, 3, to, count);
+      return true;
+    case GFX_GREY_ALPHA:
+      flatten(from, 1, to, count);
+      return false;
+    default:
+      greyFromBits(from, isBlackOne(format), to, count);
+      return false;
+  }
+}
+
+void convertSlice(uint32_t fromFormat, const uint8_t* from, uint32_t toFormat, uint8_t* to,
+                  uint32_t count) {
+  uint8_t colours[kSlice * 3];
+  uint8_t grey[kSlice];
+  const bool isRgb = toGreyOrRgb(fromFormat, from, colours, count);
+  if (colourType(toFormat) == GFX_RGB) {
+    for (uint32_t i = 0; i < count; ++i)
+      for (uint32_t s = 0; s < 3; ++s) *to++ = isRgb ? colours[3 * i + s] : colours[i];
+    return;
+  }
+  const uint8_t* luminance = colours;
+  if (isRgb) {
+    hueGreyFromRgb(colours, grey, count);
+    luminance = grey;
+  }
+  if (isBilevel(toFormat))
+    bitsFromGrey(luminance, isBlackOne(toFormat), to, count);
+  else
+    std::memcpy(to, luminance, count);
+}
+
+constexpr auto kReversed = [] {
+  std::array<uint8_t, 256> reversed{};
+  for (uint32_t byte = 0; byte < 256; ++byte)
+    for (uint32_t bit = 0; bit < 8; ++bit)
+      if (byte >> bit & 1) reversed[byte] |= uint8_t(0x80 >> bit);
+  return reversed;
+}();
+
+}  // namespace
+
+uint32_t formatOf(int32_t colourType) {
+  switch (colourType) {
+    case GFX_BILEVEL_0_BLACK:
+    case GFX_BILEVEL_1_BLACK:
+    case GFX_ALPHA_BILEVEL_0_BLACK:
+    case GFX_ALPHA_BILEVEL_1_BLACK:
+      return GFX_FORMAT(1, colourType);
+    case GFX_RGB:
+      return kRgb;
+    case GFX_GREY:
+      return kGrey;
+    case GFX_CMYK:
+    case GFX_RGB_ALPHA:
+      return GFX_FORMAT(32, colourType);
+    case GFX_GREY_ALPHA:
+      return GFX_FORMAT(16, colourType);
+    default:
+      return 0;
+  }
+}
+
+void clearPadding(uint8_t* row, uint32_t width) {
+  if (width % 8 != 0) row[width / 8] &= uint8_t(0xFF00 >> width % 8);
+}
+
+void invertBits(uint8_t* row, size_t bytes) {
+  std::transform(row, row + bytes, row, [](uint8_t byte) { return uint8_t(~byte); });
+}
+
+void reverseBits(uint8_t* row, size_t bytes) {
+  std::transform(row, row + bytes, row, [](uint8_t byte) { return kReversed[byte]; });
+}
+
+bool canConvert(uint32_t from, uint32_t to) {
+  return isKnownFormat(from) && isKnownFormat(to) &&
+         (from == to || isBilevel(to) || to == kGrey || to == kRgb);
+}
+
+void convertRow(uint32_t fromFormat, const uint8_t* from, uint32_t toFormat, uint8_t* to,
+                uint32_t width) {
+  if (isBilevel(fromFormat) && isBilevel(toFormat)) {
+    std::memcpy(to, from, rowBytes(toFormat, width));
+    if (isBlackOne(fromFormat) != isBlackOne(toFormat)) invertBits(to, rowBytes(toFormat, width));
+    clearPadding(to, width);
+    return;
+  }
+  if (fromFormat == toFormat) {
+    std::memcpy(to, from, rowBytes(toFormat, width));
+    return;
+  }
+  for (uint32_t x = 0; x < width; x += kSlice)
+    convertSlice(fromFormat, from + rowBytes(fromFormat, x), toFormat, to + rowBytes(toFormat, x),
+                 std::min(kSlice, width - x));
+}
+
+}  // namespace gfx
