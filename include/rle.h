@@ -10,16 +10,21 @@
  *
  * Conventions that hold for every function here:
  *
- *   Arguments   All integers are 32 bits wide. Where a text says "16 bits", only the low 16 bits
- *               count, as an unsigned number. Spans (x1, x2) and rectangles (x1, y1, x2, y2)
- * include both ends; a run's `end` is the first pixel after it. Results     Functions that make a
- * record return it to the caller, who releases it with the matching rleFree... function; null means
- * that memory ran out or that the input could not be read. Functions that answer yes or no return 1
- * or 0. Failure     A failing call releases what it allocated itself. What it had already changed
- * in the caller's record, or written to a stream, stays. Nothing is printed or thrown. Null
- * Pointers must not be null unless the text says what null means. Threads     The library has no
- * locks and shares nothing but the three tuning words below: threads that work on different records
- * never disturb each other. One record, or one stream, belongs to one thread at a time.
+ * - Arguments: all integers are 32 bits wide. Where a text says "16 bits", only the low 16 bits
+ *   count, as an unsigned number. Spans (x1, x2) and rectangles (x1, y1, x2, y2) include both ends;
+ *   a run's `end` is the first pixel after it. Pointers must not be null unless the text says what
+ *   null means.
+ *
+ * - Results: a function that makes a record hands it to the caller, who releases it with the
+ *   matching rleFree... function; null means that memory ran out or that the input could not be
+ *   read. A function that answers yes or no returns 1 or 0.
+ *
+ * - Failure: a failing call releases what it allocated itself. What it had already changed in the
+ *   caller's record, or written to a stream, stays. Nothing is printed or thrown.
+ *
+ * - Threads: there are no locks, and nothing is shared but the three tuning words below. Threads
+ *   that work on different records never disturb each other; a record or a stream belongs to one
+ *   thread at a time.
  */
 #ifndef RLE_H
 #define RLE_H

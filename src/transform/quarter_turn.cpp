@@ -82,8 +82,10 @@ RleRect* halfTurn(const RleRect& rect) {
     if (row.runs == nullptr) return nullptr;
     row.tag = source.tag;
     row.count = source.count;
-    std::copy_n(source.runs, source.count, row.runs);
-    rleMirrorLine(&row, rect.width);
+    for (uint32_t i = 0; i < row.count; ++i) {
+      const RleRun run = source.runs[row.count - 1U - i];
+      row.runs[i] = {uint16_t(rect.width - run.end), uint16_t(rect.width - run.start)};
+    }
   }
   return turned.release();
 }

@@ -8,10 +8,9 @@
 // In four of the eight octants rows become shallow lines, walked along x and stacked along y. There
 // a run is cut at the steps of its line, and every piece goes to the row of its step:
 //
-//     line k + 1          # # #|                   Row by row the pieces arrive from left to right
-//     when line k        # # #|# # #                    the lines are taken in the right order, and
-//     those
-//                  |# # #                          that touch are joined on arrival.
+//     line k + 1          # # #|         Row by row the pieces arrive from left to right when the
+//     line k              |# # #|# # #   lines are taken in the right order, and those that touch
+//                                        are joined on arrival.
 //
 // In the other four rows become steep lines, walked along y and stacked along x. At one height all
 // lines are at the same step, so a row of the result is the list of lines that are black there,
