@@ -238,8 +238,8 @@ RLE_API GfxInstance* gfxInitWriteG4(RleStream* stream, int32_t mode);
 /* ---- Failures -------------------------------------------------------------------------------- */
 
 /*
- * What the last failure on this thread was, in words without a full stop; empty when there was
- * none. The text stays until the next call on this thread.
+ * Why something failed on this thread since it last asked for information, a reader or a writer, in
+ * words without a full stop; empty when nothing did. The text stays until the next call.
  */
 RLE_API const char* gfxLastError(void);
 

@@ -30,6 +30,8 @@ bool setLastError(const char* format, ...) {
   return false;
 }
 
+void clearLastError() { lastError[0] = '\0'; }
+
 }  // namespace gfx
 
 extern "C" const char* gfxLastError() { return lastError; }

@@ -12,4 +12,7 @@ __attribute__((format(printf, 1, 2))) bool setLastError(const char* format, ...)
 __attribute__((format(printf, 1, 0))) bool setLastErrorV(const char* format,
                                                          __builtin_va_list arguments);
 
+// Forgets what went wrong before.
+void clearLastError();
+
 }  // namespace gfx

@@ -11,6 +11,7 @@ const FileKind* const kFileKinds[] = {&kTiffFiles, &kPngFiles, &kJpegFiles, &kBm
 
 // A reader of the file at the position of the stream, opened; null when there is none.
 std::unique_ptr<Reader> openReader(RleStream* stream, uint32_t page) {
+  clearLastError();
   const FilePlace file(stream);
   uint8_t signature[kSignatureBytes] = {};
   const uint32_t read = readBytes(stream, signature, kSignatureBytes);

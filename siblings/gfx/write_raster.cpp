@@ -37,6 +37,7 @@ bool Writer::finish(bool complete) {
 }  // namespace gfx
 
 extern "C" GfxInstance* gfxInitWriteRaster(RleStream* stream, int32_t format) {
+  gfx::clearLastError();
   gfx::Writer* writer = nullptr;
   switch (format) {
     case GFX_TIFF:
