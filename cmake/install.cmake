@@ -38,3 +38,6 @@ configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/rleConfig.cmake.in rleCo
 write_basic_package_version_file(rleConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/rleConfig.cmake ${PROJECT_BINARY_DIR}/rleConfigVersion.cmake
         DESTINATION ${package_dir})
+if(RLE_BUILD_TOOLS)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/rle.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()
