@@ -837,6 +837,113 @@ RLE_API int32_t rleReWriteByteCountOfTiffTag(RleStream* stream, uint32_t byteCou
  */
 RLE_API int32_t rleReadOneStripTiffG4Info(RleStream* stream, RleTiffG4Info* info);
 
+/* ---- Raster files ---------------------------------------------------------------------------- */
+
+/*
+ * Images from and to files of other formats. Reading, writing, converting and scaling their rows is
+ * the work of the raster pipeline gfx (see gfx.h, also for format and compression codes), but for
+ * Group 4 TIFF, which the library does itself where it can. Streams stay the caller's.
+ *
+ * What the pipeline got hold of is released again on every failure. What was written stays.
+ */
+
+/*
+ * A new image from a raster file of any format that the pipeline reads, or null. The file begins at
+ * the start of the stream.
+ *
+ * A one-strip Group 4 TIFF (see rleReadOneStripTiffG4Info) is decoded without the pipeline, in its
+ * x resolution; the stream is left behind the EOFB. When that fails, because the EOFB is missing
+ * for instance, the pipeline reads the file from the position on where the stream stood.
+ *
+ * Through the pipeline grey and coloured images become bilevel. The resolution is the file's where
+ * it is in dots per inch, with 400 for 0 and -1, and 72 where the file names no unit or another
+ * one; its low 16 bits are kept. Null for unequal x and y resolutions, for sizes above 65535, when
+ * a row cannot be read or the reader's end fails, and when memory runs out.
+ */
+RLE_API RleRect* rleLoadRectFromRaster(RleStream* stream);
+
+/*
+ * A new image of `width` x `height` pixels from Group 4 data at the stream's position, read through
+ * the pipeline with the first bit of a byte as its highest; or null. A resolution of 0 or -1
+ * becomes 400 dots per inch; of others the low 16 bits are kept.
+ *
+ * At least three bytes must follow the last row, as those of an EOFB do; three are skipped. Null
+ * when they are missing, and for sizes that the pipeline refuses or an image does not hold: below 0
+ * and above 65535; else as for rleLoadRectFromRaster. rleLoadRectFromCCITTG4 needs no pipeline.
+ */
+RLE_API RleRect* rleLoadRectFromG4(RleStream* stream, int32_t width, int32_t height,
+                                   int32_t resolution);
+
+/*
+ * A new polygon region, or null, from what rleUnloadPolyToG4 writes: the header and polygon section
+ * of the native format, with the image as Group 4 data in place of rows. The mask is filled from
+ * the vertices, if there are any; when memory for it runs out the load fails.
+ */
+RLE_API RlePoly* rleLoadPolyFromG4(RleStream* stream);
+
+/*
+ * A new region, without vertices and mask, around the image that rleLoadRectFromRaster gives; or
+ * null.
+ */
+RLE_API RlePoly* rleLoadPolyFromRaster(RleStream* stream);
+
+/*
+ * Writes the image as Group 4 data through the pipeline, the first bit of a byte as its highest. 1,
+ * or 0 when the writer cannot be made or refuses a row, or memory runs out.
+ *
+ * Here and in the following functions the end of a writer may fail unnoticed: where that matters,
+ * ask the stream's hasError.
+ */
+RLE_API int32_t rleUnloadRectToG4(RleStream* stream, RleRect* rect);
+
+/*
+ * Writes a native header and polygon section, then the region's image with rleUnloadRectToG4. The
+ * mask is not stored. 1, or 0 at the first failure and without an image.
+ */
+RLE_API int32_t rleUnloadPolyToG4(RleStream* stream, RlePoly* poly);
+
+/*
+ * Writes the image as a raster file. 1, or 0 at the first failure.
+ *
+ * `format` is a format code of the pipeline: 0 TIFF, 1, 2, or 6 to 8; all others fail.
+ * `compression` is a compression code, 0x100 for Group 4, or -1 for no preference; formats 0 and 1
+ * heed it, with -1 as 0 in format 1, the others have one compression only.
+ *
+ * A TIFF with -1 or 0x100 is written without the pipeline: a one-strip file whose header stands at
+ * the start of the stream, which must be big-endian and able to seek. The stream is left at 130,
+ * behind the last entry patched, not at the end of the file.
+ */
+RLE_API int32_t rleUnloadRectToRasterSelectCompress(RleStream* stream, RleRect* rect,
+                                                    int32_t format, int32_t compression);
+
+/* The same without a preference. */
+RLE_API int32_t rleUnloadRectToRaster(RleStream* stream, RleRect* rect, int32_t format);
+
+/* The same for a region's image alone. 0 without an image. */
+RLE_API int32_t rleUnloadPolyToRaster(RleStream* stream, RlePoly* poly, int32_t format);
+
+/*
+ * Converts the raster file in `input` to one of another format in `output`, as with
+ * rleUnloadRectToRaster. 1 or 0.
+ *
+ * `rotation` is in quarter turns counter-clockwise, 0 to 3. `scale` is a factor for both sides, 0
+ * stands for 1. `method` 0 picks pixels as rleScaleRect does, 1 takes care of thin strokes as
+ * rleMinScaleRect does; any other leaves the size alone.
+ *
+ * A bilevel image below 65535 x 65535 pixels is loaded as runs, turned with rleQRotateRect, then
+ * scaled and written; any rotation that rleQRotateRect does not know fails, and memory that runs
+ * out while scaling leaves the size as it is. All others go row by row through the pipeline with
+ * their pixels and resolutions kept, but 72 dots per inch in format 1; unknown rotations are none.
+ * There, images are turned after they are made smaller and before they are made larger, in both
+ * cases to the sizes that scaling the unturned image gives: turned by one quarter or three and made
+ * larger, an image takes the proportions it had before.
+ *
+ * Also 0 for a scale that is negative or not a number, for a scaled size above 65535 of an image in
+ * runs, and for pixel rows of 2^31 bits or more.
+ */
+RLE_API int32_t rleConvFromRasterToRaster(RleStream* input, RleStream* output, int32_t format,
+                                          int32_t rotation, double scale, int32_t method);
+
 #ifdef __cplusplus
 }
 #endif
