@@ -9,8 +9,6 @@
 #include <iterator>
 #include <utility>
 
-#include "support/byte_stream.h"
-
 namespace rle::test {
 
 // Something made here: an instance, a stream or an info record.
@@ -41,6 +39,34 @@ void FakePipeline::deliver(uint32_t width, std::vector<Bytes> bytes, uint32_t fo
 FakePipeline& fake() {
   static FakePipeline pipeline;
   return pipeline;
+}
+
+void failCallsInTurn(const std::function<void(FakePipeline&)>& script,
+                     const std::function<bool()>& action, const Calls& expected, Ends ends) {
+  const auto run = [&](int64_t failAt) {
+    fake() = {};
+    script(fake());
+    fake().failAt = failAt;
+    const bool done = action();
+    EXPECT_EQ(fake().alive, 0) << failAt;
+    return done;
+  };
+  EXPECT_TRUE(run(-1));
+  EXPECT_EQ(fake().calls, expected);
+  const auto releases = [](const std::string& call) {
+    return call.starts_with("end ") || call.starts_with("gfxFreeImageInfo ");
+  };
+  for (size_t number = 0; number < expected.size(); ++number) {
+    const bool matters = !releases(expected[number]) ||
+                         (ends == Ends::Count && expected[number].starts_with("end "));
+    EXPECT_EQ(run(int64_t(number)), !matters) << expected[number];
+    const Calls& calls = fake().calls;
+    ASSERT_GT(calls.size(), number);
+    EXPECT_TRUE(std::equal(calls.begin(), calls.begin() + std::ptrdiff_t(number), expected.begin()))
+        << expected[number];
+    for (size_t i = number + 1; matters && i < calls.size(); ++i)
+      EXPECT_TRUE(releases(calls[i])) << calls[i] << " after the failed " << expected[number];
+  }
 }
 
 namespace {

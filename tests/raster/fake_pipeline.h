@@ -21,13 +21,16 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "gfx.h"
 #include "hue.h"
+#include "support/byte_stream.h"
 #include "xio.h"
 
 namespace rle::test {
@@ -65,5 +68,19 @@ struct FakePipeline {
 
 // The one that the functions use; a test begins with `fake() = {}`.
 FakePipeline& fake();
+
+// A stream of the application.
+struct NamedStream : ByteStream {
+  NamedStream(const std::string& name, Bytes content) : ByteStream(std::move(content)) {
+    fake().names[this] = name;
+  }
+};
+
+enum class Ends { Count, DoNotCount };  // whether the action looks at what end answers
+
+// Runs an action over a fake that `script` sets up, and expects these calls and a yes. Then fails
+// each call in turn: the answer is no, nothing follows but what releases, and nothing is left.
+void failCallsInTurn(const std::function<void(FakePipeline&)>& script,
+                     const std::function<bool()>& action, const Calls& expected, Ends ends);
 
 }  // namespace rle::test
