@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "model/runs.h"
+#include "raster/fake_pipeline.h"
 #include "support/allocations.h"
 #include "support/byte_stream.h"
 #include "support/picture.h"
@@ -92,6 +93,30 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
   };
   uint8_t bits[] = {0x5A, 0xF0, 0x01, 0x80};
   rlePackClearCache();
+  // Over the stand-in for the raster pipeline, which has a page of two rows.
+  const auto piped = [](std::function<bool(RleRect*, ByteStream*)> action, uint32_t format) {
+    return [=](RleRect* p) {
+      fake() = {};
+      fake().info = {0, 16, 2, format, 90, 90, 0, 0, 1, 1};
+      fake().deliver(16, {{0x5A, 0xF0}, {0x01, 0x80}});
+      ByteStream ends({0, 0, 0});
+      const bool done = action(p, &ends);
+      EXPECT_EQ(fake().alive, 0);
+      rlePackClearCache();
+      return done;
+    };
+  };
+  const uint32_t grey = GFX_FORMAT(8, 2), bilevel = GFX_FORMAT(1, 4);
+  ByteStream regionFile;
+  ASSERT_TRUE(piped([&](auto*, auto*) { return rleUnloadPolyToG4(&regionFile, poly.get()) == 1; },
+                    bilevel)(nullptr));
+  regionFile.bytes.resize(regionFile.bytes.size() + 3);
+  const auto convert = [](double scale) {
+    return [=](auto*, auto* s) {
+      ByteStream out;
+      return rleConvFromRasterToRaster(s, &out, 0, 1, scale, 1) == 1;
+    };
+  };
   const Case cases[] = {
       {"new", page, 5, [](auto*) { return OwnedRect(rleNewRect(5, 3, 0)) != nullptr; }},
       {"copy of a region", page, 14,  // itself, points, and twice image, row array, rows, buffers
@@ -165,6 +190,18 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
          const OwnedPoly read(rleLoadPoly(again(file)));
          return read && read->points[69999].x == 7 && read->points[69999].y == -8;
        }},
+      {"load raster", page, 9,  // region, bit row, image, row array, cache, and as pack
+       piped([](auto*, auto* s) { return OwnedPoly(rleLoadPolyFromRaster(s)) != nullptr; }, grey)},
+      {"load Group 4", page, kSome,
+       piped(
+           [&](auto*, auto*) { return OwnedPoly(rleLoadPolyFromG4(again(regionFile))) != nullptr; },
+           bilevel)},
+      {"unload raster", page, 1,
+       piped([](auto* p, auto* s) { return rleUnloadRectToRaster(s, p, 6) == 1; }, bilevel)},
+      {"unload Group 4", page, 3,  // context, header, bit row
+       piped([&](auto*, auto* s) { return rleUnloadPolyToG4(s, poly.get()) == 1; }, bilevel)},
+      {"convert rows", page, 1, piped(convert(0.5), grey)},
+      {"convert runs", page, kSome, piped(convert(0.5), bilevel)},
   };
   for (const Case& c : cases) failInTurn(c);
 }
