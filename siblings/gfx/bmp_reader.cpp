@@ -199,7 +199,6 @@ class BmpReader final : public Reader {
     info_.compression = GFX_UNCOMPRESSED;
     info_.pageCount = 1;
     info_.resolutionUnit = info_.xResolution > 0 && info_.yResolution > 0 ? 1 : 0;
-    if (info_.resolutionUnit == 0) info_.xResolution = info_.yResolution = 72;
     return true;
   }
 

@@ -61,7 +61,7 @@ class BmpWriter final : public Writer {
     const uint32_t colours = bits > 8 ? 0 : 1U << bits;
     rowsPlace_ = bmp::kFileHeaderSize + bmp::kInfoHeaderSize + 4 * colours;
     stride_ = bmp::stride(width_, bits);
-    if (stride_ > (INT32_MAX - rowsPlace_) / height_)
+    if (width_ > INT32_MAX || stride_ > (INT32_MAX - rowsPlace_) / height_)
       return setLastError("%u by %u pixels are too many for a BMP file", width_, height_);
     if (!file_.isKnown()) return setLastError("the stream cannot be positioned");
 

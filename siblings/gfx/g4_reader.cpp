@@ -64,6 +64,7 @@ class G4Reader final : public Instance {
 
 extern "C" GfxInstance* gfxInitReadG4(RleStream* stream, uint32_t width, uint32_t height, int32_t,
                                       uint32_t rows, int32_t flag, int32_t options) {
+  gfx::clearLastError();
   if (width > gfx::kMaxGroup4Width) {
     gfx::setLastError("%u pixels are too wide for Group 4 data", width);
     return nullptr;

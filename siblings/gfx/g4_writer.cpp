@@ -44,6 +44,7 @@ class G4Writer final : public Instance {
 }  // namespace gfx
 
 extern "C" GfxInstance* gfxInitWriteG4(RleStream* stream, int32_t mode) {
+  gfx::clearLastError();
   if (mode != 0 && mode != 1) {
     gfx::setLastError("no order of bits has the code %d", mode);
     return nullptr;

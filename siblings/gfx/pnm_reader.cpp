@@ -29,7 +29,6 @@ class PnmReader final : public Reader {
     if (info_.format != kBilevel && !number(kMaxSample, max_)) return damaged();
     if (info_.width == 0 || info_.height == 0 || max_ == 0)
       return setLastError("the PNM file has no pixels");
-    info_.xResolution = info_.yResolution = 72;
     info_.fileFormat = GFX_PNM;
     info_.compression = GFX_UNCOMPRESSED;
     info_.pageCount = 1;

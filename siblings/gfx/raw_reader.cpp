@@ -77,6 +77,7 @@ extern "C" GfxInstance* gfxInitReadRawData(RleStream* stream, uint32_t width, ui
                                            int32_t bitsPerPixel, int32_t colourType,
                                            int32_t options, int32_t, uint32_t rows,
                                            uint32_t rowBytes, uint32_t dataSize) {
+  gfx::clearLastError();
   const uint32_t format = gfx::formatOf(colourType);
   if (!gfx::checkRaw(width, bitsPerPixel, format, options, rows, rowBytes, dataSize))
     return nullptr;
