@@ -152,7 +152,7 @@ RLE_API GfxImageInfo* gfxGetPageInfo(RleStream* stream, uint32_t page);
  * Bits become what the group of colour types holds: palettes become RGB, or grey where all their
  * colours are; samples of 2 and 4 bits become 8, and of 16 bits the upper 8 are kept. Bilevel
  * images are delivered with 1 as black, whatever the file does, as are palettes of one bit in black
- * and white.
+ * and white. Of PNM files the first image is read; compressed BMP files are refused.
  */
 RLE_API GfxInstance* gfxInitReadRaster(RleStream* stream, uint32_t page, int32_t zero,
                                        uint32_t height);
@@ -160,10 +160,13 @@ RLE_API GfxInstance* gfxInitReadRaster(RleStream* stream, uint32_t page, int32_t
 /*
  * A reader of ITU-T T.6 data at the position of `stream`, up to 65535 pixels wide. It delivers
  * `rows` rows of `width` pixels and calls the image `height` rows high; `zero` is 0. A height of
- * 0x7FFFFFFF is unknown: the image may end early, with a process that fails. With a `flag` the rows
- * are of type GFX_BILEVEL_0_BLACK, else GFX_BILEVEL_1_BLACK. `options` 0: the first bit of a byte
- * is its highest, 1: its lowest. After the last row the stream stands behind the byte in which that
- * row ends; an end mark is not read.
+ * 0x7FFFFFFF is unknown: the image may end early, with a process that fails. `options` 0: the first
+ * bit of a byte is its highest, 1: its lowest. After the last row the stream stands behind the byte
+ * in which that row ends; an end mark is not read, and three bytes of it are left.
+ *
+ * What T.6 calls black becomes 1 bits. With a `flag` the rows are of type GFX_BILEVEL_0_BLACK, so
+ * that these bits are white, as they are in a TIFF file with PhotometricInterpretation 1; without
+ * one they are of type GFX_BILEVEL_1_BLACK.
  */
 RLE_API GfxInstance* gfxInitReadG4(RleStream* stream, uint32_t width, uint32_t height, int32_t zero,
                                    uint32_t rows, int32_t flag, int32_t options);
@@ -224,14 +227,17 @@ RLE_API GfxInstance* gfxInitMinScaleHeight(GfxInstance* source, uint32_t height)
  *   GFX_JPEG   grey, RGB, CMYK; bilevel becomes grey, what is transparent is laid on white
  *   GFX_PNM    P4, P5 or P6 for bilevel, grey, RGB; as GFX_BMP for the rest; no resolution
  *
- * The height must be known when it begins, and fewer rows than that make `end` fail. A TIFF file is
- * written with seeks to places before; all others are written from front to back.
+ * The height must be known when it begins, and fewer rows than that make `end` fail. TIFF and BMP
+ * files are written with seeks to places before, all others from front to back. A BMP file has its
+ * bottom row first, and 0 as black in a bilevel image. The page of a PDF file is as large as the
+ * resolution says.
  */
 RLE_API GfxInstance* gfxInitWriteRaster(RleStream* stream, int32_t format);
 
 /*
  * A writer of ITU-T T.6 data for bilevel rows up to 65535 pixels wide, ended by EOFB. `mode` 0: the
  * first bit of a byte is its highest, 1: its lowest. It may be ended after any number of rows.
+ * 1 bits become what T.6 calls black, whatever the colour type; see gfxInitReadG4.
  */
 RLE_API GfxInstance* gfxInitWriteG4(RleStream* stream, int32_t mode);
 

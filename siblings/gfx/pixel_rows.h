@@ -31,6 +31,12 @@ inline bool hasAlpha(uint32_t format) {
   return colourType(format) == GFX_RGB_ALPHA || colourType(format) == GFX_GREY_ALPHA;
 }
 
+// Which of bilevel, grey and RGB holds most of a known format.
+inline uint32_t opaqueFormat(uint32_t format) {
+  if (isBilevel(format)) return kBilevel;
+  return colourType(format) == GFX_GREY || colourType(format) == GFX_GREY_ALPHA ? kGrey : kRgb;
+}
+
 // Bytes of a row of a known format.
 inline size_t rowBytes(uint32_t format, uint32_t width) {
   return isBilevel(format) ? (size_t{width} + 7) / 8 : size_t(bitsPerPixel(format)) / 8 * width;

@@ -35,6 +35,11 @@ class FilePlace {
     return target <= INT32_MAX && stream_->ops->seek(stream_, int32_t(target), 0) == 0;
   }
 
+  // Whether the file has so many bytes, 1 at least. Leaves the stream behind them.
+  bool holds(uint64_t bytes) const {
+    return goTo(bytes - 1) && stream_->ops->getByte(stream_) >= 0;
+  }
+
   // Where the stream stands, counted from the start of the file; negative when it cannot tell.
   int64_t offset() const {
     const int32_t at = stream_->ops->tell(stream_);

@@ -79,7 +79,7 @@ class RowLists {
 extern "C" int32_t rleUnloadRectFromCCITTG4(RleStream* stream, RleRect* rect) {
   using namespace rle::g4;
   RowLists lists(rect->width);
-  RowEncoder encoder(stream, rect->width);
+  RowEncoder encoder(stream, rect->width, true);
   Elements above;
   for (uint32_t y = 0; y < rect->height; ++y) {
     Elements row;

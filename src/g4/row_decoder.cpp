@@ -35,6 +35,7 @@
 #include <bit>
 #include <cstring>
 
+#include "g4/byte_bits.h"
 #include "g4/lanes.h"
 #include "g4/row_decoder_tables.h"
 
@@ -54,15 +55,6 @@ constexpr uint32_t kShortestPair = 6;
 
 // No run goes further. Make-up codes may follow each other without end; sums stop here.
 constexpr int32_t kFar = 1 << 16;
-
-consteval std::array<uint8_t, 256> byteBits(bool reversed) {
-  std::array<uint8_t, 256> bits{};
-  for (uint32_t byte = 0; byte < 256; ++byte)
-    for (uint32_t i = 0; i < 8; ++i)
-      bits[byte] = uint8_t(bits[byte] | (byte >> i & 1) << (reversed ? 7 - i : i));
-  return bits;
-}
-constexpr std::array<uint8_t, 256> kByteBits[2] = {byteBits(true), byteBits(false)};
 
 // Bits at hand while runs are decoded, the first lowest.
 struct Bits {

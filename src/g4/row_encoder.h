@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "g4/byte_bits.h"
 #include "g4/codes.h"
 #include "rle.h"
 
@@ -16,13 +17,14 @@ struct Elements {
   uint32_t count = 0;
 };
 
-// Puts code words together. Bytes are filled from their lowest bit on.
+// Puts code words together.
 //
 // Bytes that are complete may wait here until the row is: whoever takes them sees the same bytes in
 // the same order, and when the next row is looked at they have all been taken.
 class BitWriter {
  public:
-  explicit BitWriter(RleStream* stream) : stream_(stream) {}
+  BitWriter(RleStream* stream, const ByteBits& byteBits)
+      : stream_(stream), byteBits_(byteBits.data()) {}
 
   void put(uint64_t bits, uint32_t bitCount) {
     bits_ |= bits << bitCount_;
@@ -35,7 +37,7 @@ class BitWriter {
 
   bool writeWholeBytes() {
     while (bitCount_ >= 8) {
-      if (stream_->ops->putByte(stream_, int32_t(bits_ & 0xFF)) == -1) return false;
+      if (stream_->ops->putByte(stream_, byteBits_[bits_ & 0xFF]) == -1) return false;
       bits_ >>= 8;
       bitCount_ -= 8;
     }
@@ -47,14 +49,17 @@ class BitWriter {
 
  private:
   RleStream* stream_;
+  const uint8_t* byteBits_;
   uint64_t bits_ = 0;  // not written yet, first bit lowest
   uint32_t bitCount_ = 0;
 };
 
 class RowEncoder {
  public:
-  // Bytes go to `stream` one at a time.
-  RowEncoder(RleStream* stream, uint32_t width) : out_(stream), width_(int32_t(width)) {}
+  // Bytes go to `stream` one at a time. `lsbFirst` tells which bit of a byte comes first. `width`
+  // is at most 65535.
+  RowEncoder(RleStream* stream, uint32_t width, bool lsbFirst)
+      : out_(stream, kByteBits[lsbFirst ? 1 : 0]), width_(int32_t(width)) {}
 
   // Codes a row against the one above it; an empty list stands for the white row above the first.
   // When this returns, all bytes that are complete have been written. False when the stream refused

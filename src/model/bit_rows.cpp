@@ -1,25 +1,9 @@
 // Packed bit rows to runs and back.
-//
-//     column   0 1 2 3 4 5 6 7   8 9 ...
-//     bit      7 6 5 4 3 2 1 0   7 6 ...     1 is black
-//     byte     0                 1
-//
-// Packing looks for the columns where the colour changes, 64 pixels at a time. With the leftmost
-// pixel in the highest bit and p for the last pixel of the word before,
-//
-//     word                   0 0 1 1 1 0 0 1
-//     word moved right by 1  p 0 0 1 1 1 0 0
-//     exclusive or           . . * . . * . *      p is 0: black from 2, white from 5, black from 7
-//
-// leaves one bit for every change, and nothing for a word inside a long white or black stretch. A
-// change to black starts a run and the next one ends it, so the changes in order are the starts and
-// ends of the runs in order. Pixels outside the columns asked for are masked off beforehand.
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
-#include <cstring>
 
+#include "model/bit_words.h"
 #include "model/owners.h"
 #include "rle.h"
 
@@ -27,27 +11,6 @@ namespace rle {
 namespace {
 
 constexpr int32_t kMaxSize = 65535;  // pixels and rows of an image
-constexpr int kWordPixels = 64;
-constexpr size_t kWordBytes = kWordPixels / 8;
-constexpr uint64_t kAllPixels = ~uint64_t{0};
-
-// ---- Words of 64 pixels, the leftmost one in the highest bit
-
-uint64_t inMemoryOrder(uint64_t word) {
-  return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
-}
-
-// The pixels of `count` bytes, 1 to 8, from the highest bit on; white after them.
-uint64_t loadPixels(const uint8_t* bytes, size_t count) {
-  uint64_t word = 0;
-  std::memcpy(&word, bytes, count);
-  return inMemoryOrder(word);
-}
-
-void storePixels(uint8_t* bytes, uint64_t word) {
-  word = inMemoryOrder(word);
-  std::memcpy(bytes, &word, sizeof word);
-}
 
 // ---- Packing
 
@@ -77,60 +40,16 @@ struct PackCache {
 
 constinit thread_local PackCache packCache;
 
-// Marks the pixels of a word that differ from the pixel before them; `previous` is the word before.
-uint64_t changesIn(uint64_t word, uint64_t previous) {
-  return word ^ (word >> 1 | previous << (kWordPixels - 1));
-}
-
-// Puts the first pixel in the lowest bit, where a mark can be dropped without a shift.
-uint64_t reversed(uint64_t word) {
-  word = (word >> 1 & 0x5555555555555555) | (word & 0x5555555555555555) << 1;
-  word = (word >> 2 & 0x3333333333333333) | (word & 0x3333333333333333) << 2;
-  word = (word >> 4 & 0x0F0F0F0F0F0F0F0F) | (word & 0x0F0F0F0F0F0F0F0F) << 4;
-  return __builtin_bswap64(word);
-}
-
-// Stores the columns of marked pixels, for a word whose first pixel is `column`.
-uint16_t* store(uint64_t marks, int64_t column, uint16_t* changes) {
-  if (marks == 0) return changes;
-  for (marks = reversed(marks); marks != 0; marks &= marks - 1)
-    *changes++ = uint16_t(column + std::countr_zero(marks));
-  return changes;
-}
-
-// Finds the runs of columns [x1, x2), x1 not negative, of a packed row and writes them, less
-// `origin`, to `runs`, which has room for all that so many columns can hold. Returns their number.
-// Reads the bytes that hold these columns and no others.
-uint32_t findRuns(const uint8_t* bits, int64_t x1, int64_t x2, int64_t origin, RleRun* runs) {
-  auto* const first = reinterpret_cast<uint16_t*>(runs);
-  uint16_t* changes = first;
-  const uint8_t* at = bits + x1 / 8;
-  int64_t column = x1 / 8 * 8;                  // of the first pixel in `at`
-  uint64_t mask = kAllPixels >> (x1 - column);  // pixels before x1 are not looked at
-  uint64_t previous = 0;
-  for (; x2 - column >= kWordPixels; column += kWordPixels, at += kWordBytes) {
-    const uint64_t word = loadPixels(at, kWordBytes) & mask;
-    changes = store(changesIn(word, previous), column - origin, changes);
-    previous = word;
-    mask = kAllPixels;
-  }
-  if (const int64_t left = x2 - column; left > 0) {
-    mask &= ~(kAllPixels >> left);  // nor are those from x2 on
-    const uint64_t word = loadPixels(at, size_t(left + 7) / 8) & mask;
-    changes = store(changesIn(word, previous), column - origin, changes);
-  }
-  // Black up to a word's end at x2: no white pixel has ended the run.
-  if ((changes - first) % 2 != 0) *changes++ = uint16_t(x2 - origin);
-  return uint32_t(changes - first) / 2;
-}
-
 // Columns [x1, x2) of a packed row. Null `bits` stands for a row that is all white.
 RleLine* packColumns(const uint8_t* bits, int64_t x1, int64_t x2) {
   PackCache& cache = packCache;
   if (!cache.fit(((x2 - x1) >> 1) + 1)) return nullptr;
   uint32_t found = 0;
   const int64_t first = std::max<int64_t>(x1, 0);
-  if (bits != nullptr && first < x2) found = findRuns(bits, first, x2, x1, cache.runs);
+  if (bits != nullptr && first < x2) {
+    static_assert(sizeof(RleRun) == 2 * sizeof(uint16_t));  // runs are changes in pairs
+    found = findChanges(bits, first, x2, x1, reinterpret_cast<uint16_t*>(cache.runs)) / 2;
+  }
   const auto count = uint16_t(found);
   OwnedLine line(rleAllocLine());
   if (!line) return nullptr;
@@ -144,59 +63,6 @@ RleLine* packColumns(const uint8_t* bits, int64_t x1, int64_t x2) {
 int64_t rowBytesOf(int32_t rowBits) { return rowBits >> 3; }  // rounds down
 
 // ---- Unpacking
-
-// Sets spans of bits in a packed row. Neighbouring spans often share a word, so bits are gathered
-// there and stored when a span lies elsewhere. A whole word is stored only where a later byte of
-// the row is about to be written anyway: no byte is touched after the last one with a bit to set.
-class BitSpans {
- public:
-  explicit BitSpans(uint8_t* row) : row_(row) {}
-  ~BitSpans() { storeBytes(); }
-  BitSpans(const BitSpans&) = delete;
-  BitSpans& operator=(const BitSpans&) = delete;
-
-  // Sets bits [from, to), which are not none.
-  void set(uint64_t from, uint64_t to) {
-    const uint64_t first = from / kWordPixels;
-    const uint64_t last = (to - 1) / kWordPixels;
-    const uint64_t head = kAllPixels >> from % kWordPixels;
-    const uint64_t tail = ~(kAllPixels >> 1 >> (to - 1) % kWordPixels);
-    if (first != word_) {
-      if (first > word_)
-        storeWord();
-      else
-        storeBytes();
-      word_ = first;
-      gathered_ = 0;
-    }
-    if (first == last) {
-      gathered_ |= head & tail;
-      return;
-    }
-    gathered_ |= head;
-    storeWord();
-    if (last > first + 1)
-      std::memset(row_ + (first + 1) * kWordBytes, 0xFF, (last - first - 1) * kWordBytes);
-    word_ = last;
-    gathered_ = tail;
-  }
-
- private:
-  void storeWord() {
-    if (gathered_ == 0) return;
-    uint8_t* const at = row_ + word_ * kWordBytes;
-    storePixels(at, loadPixels(at, kWordBytes) | gathered_);
-  }
-
-  void storeBytes() {
-    for (uint8_t* at = row_ + word_ * kWordBytes; gathered_ != 0; gathered_ <<= 8, ++at)
-      *at |= uint8_t(gathered_ >> (kWordPixels - 8));
-  }
-
-  uint8_t* row_;
-  uint64_t word_ = 0;      // the one that bits are gathered for
-  uint64_t gathered_ = 0;  // the first pixel in the highest bit
-};
 
 // How an image's columns become bit positions of a packed row.
 struct ColumnMap {

@@ -1,0 +1,83 @@
+// A reader of bare T.6 data. Black runs become 1 bits, whatever the colour type says of them: see
+// g4_writer.cpp.
+
+#include <cstring>
+#include <new>
+
+#include "g4/row_decoder.h"
+#include "instance.h"
+#include "model/bit_words.h"
+#include "packed_row_encoder.h"
+#include "pixel_rows.h"
+
+namespace gfx {
+namespace {
+
+using rle::g4::RowDecoder;
+
+class G4Reader final : public Instance {
+ public:
+  G4Reader(RleStream* stream, const GfxImageDesc& description, uint32_t rows, bool lsbFirst)
+      : Instance(Rows::Any),
+        decoder_(stream, description.width, lsbFirst),
+        description_(description),
+        rows_(rows) {}
+
+  bool allocate() { return decoder_.allocate(); }
+
+ private:
+  bool start(GfxImageDesc& description) override {
+    description = description_;
+    return true;
+  }
+
+  bool row(uint8_t* row) override {
+    if (read_ == rows_) return setLastError("a row more than the %u of the data", rows_);
+    switch (decoder_.next()) {
+      case RowDecoder::Result::Row:
+        break;
+      case RowDecoder::Result::End:
+        return setLastError("the Group 4 data ends after %u rows", read_);
+      case RowDecoder::Result::Damaged:
+        return setLastError("the Group 4 data is damaged or cut off in row %u", read_);
+    }
+    ++read_;
+    std::memset(row, 0, rowBytes(description_.format, description_.width));
+    const uint16_t* const elements = decoder_.elements();
+    rle::BitSpans black(row);
+    for (uint32_t i = 0; i < decoder_.elementCount(); i += 2)
+      black.set(elements[i], elements[i + 1]);
+    return true;
+  }
+
+  // What could not be read has been told by a row that failed.
+  bool finish(bool) override { return true; }
+
+  RowDecoder decoder_;
+  GfxImageDesc description_;
+  uint32_t rows_;
+  uint32_t read_ = 0;
+};
+
+}  // namespace
+}  // namespace gfx
+
+extern "C" GfxInstance* gfxInitReadG4(RleStream* stream, uint32_t width, uint32_t height, int32_t,
+                                      uint32_t rows, int32_t flag, int32_t options) {
+  gfx::clearLastError();
+  if (width > gfx::kMaxGroup4Width) {
+    gfx::setLastError("%u pixels are too wide for Group 4 data", width);
+    return nullptr;
+  }
+  if (options != 0 && options != 1) {
+    gfx::setLastError("no order of bits has the code %d", options);
+    return nullptr;
+  }
+  const int32_t type = flag != 0 ? GFX_BILEVEL_0_BLACK : GFX_BILEVEL_1_BLACK;
+  const GfxImageDesc description{width, height, gfx::formatOf(type), 0, 0, nullptr};
+  auto* reader = new (std::nothrow) gfx::G4Reader(stream, description, rows, options == 1);
+  if (reader && reader->allocate()) return reader;
+  delete reader;
+  gfx::setLastError("out of memory");
+  return nullptr;
+}
