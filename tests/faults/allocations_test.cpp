@@ -2,6 +2,7 @@
 // stay valid, and what was promised to be left alone is.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <functional>
 
@@ -90,6 +91,7 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
     s.position = 0;
     return &s;
   };
+  const std::string part = testing::TempDir() + "rle" + std::to_string(getpid()) + ".fault";
   uint8_t bits[] = {0x5A, 0xF0, 0x01, 0x80};
   rlePackClearCache();
   const Case cases[] = {
@@ -164,6 +166,19 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
        [&](auto*) {
          const OwnedPoly read(rleLoadPoly(again(file)));
          return read && read->points[69999].x == 7 && read->points[69999].y == -8;
+       }},
+      {"collect", page, 4,  // writer and state, path, data
+       [&](auto*) {
+         RleMemoryWriter* const w = rleInitWriteRasterFromMemory(&stream, 1);
+         if (w == nullptr) return false;
+         const bool begun = w->initialize(w, 9, 2, 200, 1, 4, 0, 0, part.c_str()) != 0;
+         const bool done = begun && w->write(w, bits, 4) != 0;
+         EXPECT_TRUE(done || (w->write(w, bits, 4) != 0) != begun);  // no more after a gap
+         EXPECT_STREQ(w->getError(w), done    ? nullptr
+                                      : begun ? "can not write to memory."
+                                              : "can not allocate memory for path.");
+         w->end(w);
+         return done;
        }},
   };
   for (const Case& c : cases) failInTurn(c);
