@@ -896,8 +896,8 @@ struct RleMemoryWriter {
    * bytes after the last whole row of a call. One image has at most 2^32 - 1 bytes, except rows
    * written directly.
    *
-   * After a failed write of a buffered writer bytes are missing: further writes fail with the same
-   * message, and flush fails without one. After a failed write of rows by a direct writer, further
+   * After a failed write of a buffered writer bytes are missing: further writes and flush fail too,
+   * with that message left in place. After a failed write of rows by a direct writer, further
    * calls fail with "can not create gfxInitWriteG4 instance.".
    *
    *   "can not write to memory."                 buffered
@@ -922,26 +922,32 @@ struct RleMemoryWriter {
    * the rows after it become repetitions of the row before, with zeros in the first four bytes; the
    * result can still be 1.
    *
+   * Raw rows of fewer than 1 or of 2 to 7 bits per pixel, of 2^32 bytes or more, or with a padding
+   * of 0 have no reader. Rows of 2^31 bits or more are not allocated.
+   *
    *   buffered
-   *     "can not create XIO stream."                what was collected cannot be opened
-   *     "invalid raster type."                      an input kind other than 0 and 1
-   *     "can not create gfx instance."              no reader for such an image, or no writer. Raw
-   *                                                 rows of fewer than 1 or of 2 to 7 bits per
-   * pixel, of 2^32 bytes or more, or with a padding of 0 have none "can not create gfx instance for
-   * rotation." "can not read header." "invalid output format type."               format codes 3 to
-   * 5, above 8 or below 0 "can not write header." "can not allocate memory."                  for a
-   * row; one of 2^31 bits or more is refused "read process call faild." "write process call faild."
+   *     "can not create XIO stream."                   what was collected cannot be opened
+   *     "invalid raster type."                         an input kind other than 0 and 1
+   *     "can not create gfx instance."                 no reader for the data, or no writer
+   *     "can not create gfx instance for rotation."    without a scale
+   *     "can not read header."
+   *     "invalid output format type."                  codes 3 to 5, above 8 and below 0
+   *     "can not write header."
+   *     "can not allocate memory."                     for a row
+   *     "read process call faild."                     with a result of 1 too
+   *     "write process call faild."
    *     "end call faild."
    *     "close call faild."
-   *     none                                        the image cannot be scaled, or a write failed
+   *     none                                           it cannot be scaled, or a write had failed
    *   direct
-   *     "can not create gfxInitWriteG4 instance."   raw rows, as for write
-   *     "can not allocate memory."                  raw rows
-   *     "write process call faild."                 likewise
-   *     "end call faild."                           likewise
+   *     "can not create gfxInitWriteG4 instance."      raw rows, as for write
+   *     "can not allocate memory."                     raw rows
+   *     "write process call faild."                    raw rows
+   *     "end call faild."                              raw rows
    *     "can not rewrite width in Tiff format."
    *     "can not rewrite height in Tiff format."
-   *     "can not rewrite byte count in Tiff format."  or the output cannot tell its position
+   *     "can not rewrite byte count in Tiff format."   or raw rows, and the output cannot tell
+   * where it stands
    */
   int32_t (*flush)(RleMemoryWriter* writer, uint32_t width, uint32_t height);
 

@@ -118,6 +118,12 @@ void rleEnd(RleMemoryWriter* writer) {
 }
 
 }  // namespace
+
+void closeTemporaryFile(RleMemoryWriterState& state) {
+  if (state.temporaryFile >= 0) close(state.temporaryFile);
+  state.temporaryFile = -1;
+}
+
 }  // namespace rle::raster
 
 extern "C" RleMemoryWriter* rleInitWriteRasterFromMemory(RleStream* output, int32_t format) {

@@ -60,10 +60,11 @@ inline bool countBytes(RleMemoryWriterState& state, uint32_t length) {
   return true;
 }
 
+void closeTemporaryFile(RleMemoryWriterState& state);
+
 // Buffered: the data is collected and goes through a pipeline at the end.
 int32_t rleWrite(RleMemoryWriter* writer, const void* data, uint32_t length);
 int32_t rleFlush(RleMemoryWriter* writer, uint32_t width, uint32_t height);
-void closeTemporaryFile(RleMemoryWriterState& state);
 
 // Direct: the data goes to the output, behind a one-strip TIFF header that has been written.
 int32_t startG4ToTiff(RleMemoryWriter& writer);

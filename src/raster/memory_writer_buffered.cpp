@@ -4,7 +4,7 @@
 // unless the image will be scaled or turned. Flush reads it back through a pipeline.
 //
 // A write that fails leaves a gap in the data. No whole image can be made of what is there, so all
-// later writes are refused, and so is flush, which leaves the message of the write in place.
+// later writes and flush are refused, with the message of that write left in place.
 
 #include <unistd.h>
 
@@ -42,8 +42,8 @@ bool writeToFile(int file, const void* data, size_t length) {
 int32_t rleWriteToFile(RleMemoryWriter* writer, const void* data, uint32_t length) {
   if (writer == nullptr) return 0;
   RleMemoryWriterState& state = *writer->state;
-  if (state.incomplete || !countBytes(state, length) ||
-      !writeToFile(state.temporaryFile, data, length))
+  if (state.incomplete) return 0;
+  if (!countBytes(state, length) || !writeToFile(state.temporaryFile, data, length))
     return writeFailure(state, kFileFailure);
   return 1;
 }
@@ -181,16 +181,12 @@ int32_t convert(RleMemoryWriterState& state) {
 
 }  // namespace
 
-void closeTemporaryFile(RleMemoryWriterState& state) {
-  if (state.temporaryFile >= 0) close(state.temporaryFile);
-  state.temporaryFile = -1;
-}
-
 int32_t rleWrite(RleMemoryWriter* writer, const void* data, uint32_t length) {
   if (writer == nullptr) return 0;
   RleMemoryWriterState& state = *writer->state;
   const uint32_t held = state.dataSize;
-  if (state.incomplete || !countBytes(state, length)) return writeFailure(state, kMemoryFailure);
+  if (state.incomplete) return 0;
+  if (!countBytes(state, length)) return writeFailure(state, kMemoryFailure);
   if (state.dataSize < state.bufferSize || hasTransform(state)) {
     if (!appendToMemory(state, held, data, length)) return writeFailure(state, kMemoryFailure);
     return 1;

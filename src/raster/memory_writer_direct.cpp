@@ -90,7 +90,7 @@ int32_t rleWriteRawToTiff(RleMemoryWriter* writer, const void* data, uint32_t le
   return writeRows(state, static_cast<const uint8_t*>(data), length / rowBytes, rowBytes);
 }
 
-int32_t addWhiteRows(RleMemoryWriterState& state, uint32_t height) {
+int32_t addZeroRows(RleMemoryWriterState& state, uint32_t height) {
   if (state.rowsWritten >= height) return 1;
   const HeapArray<uint8_t> row = newRow(state.width, 1);
   if (!row) return endG4Writer(state, kMemoryFailure);
@@ -105,7 +105,7 @@ int32_t rleFlushRawToTiff(RleMemoryWriter* writer, uint32_t width, uint32_t heig
   if (writer == nullptr) return 0;
   RleMemoryWriterState& state = *writer->state;
   if (!state.g4Writer) return failure(state, kWriterMissing);
-  if (addWhiteRows(state, height) == 0) return 0;
+  if (addZeroRows(state, height) == 0) return 0;
   if (!end(std::move(state.g4Writer))) return failure(state, "end call faild.");
   const int32_t dataEnd = state.output->ops->tell(state.output);
   if (patchSizes(state, width, height) == 0) return 0;
