@@ -946,8 +946,7 @@ struct RleMemoryWriter {
    *     "end call faild."                              raw rows
    *     "can not rewrite width in Tiff format."
    *     "can not rewrite height in Tiff format."
-   *     "can not rewrite byte count in Tiff format."   or raw rows, and the output cannot tell
-   * where it stands
+   *     "can not rewrite byte count in Tiff format."   or the output told no position
    */
   int32_t (*flush)(RleMemoryWriter* writer, uint32_t width, uint32_t height);
 
