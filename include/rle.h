@@ -944,6 +944,173 @@ RLE_API int32_t rleUnloadPolyToRaster(RleStream* stream, RlePoly* poly, int32_t 
 RLE_API int32_t rleConvFromRasterToRaster(RleStream* input, RleStream* output, int32_t format,
                                           int32_t rotation, double scale, int32_t method);
 
+/* ---- Memory raster writer -------------------------------------------------------------------- */
+
+/*
+ * Writes an image that arrives in pieces, as raw rows or as Group 4 data, into a raster file. The
+ * writer is a table of methods; each takes the writer first and is called through the table every
+ * time, because the pointers change while it runs. In this order:
+ *
+ *     RleMemoryWriter* w = rleInitWriteRasterFromMemory(out, 0);
+ *     w->setScale(w, 0.5);                                   setters, as far as needed
+ *     w->initialize(w, width, height, 300, 1, 4, 0, 0, "/tmp/page.part");
+ *     while (...) w->write(w, rows, byteCount);
+ *     w->flush(w, 0, 0);
+ *     w->end(w);
+ *
+ * initialize chooses how the image goes to the output:
+ *
+ *   directly   A bilevel image of format code 0, TIFF, neither scaled nor turned, becomes a
+ *              one-strip Group 4 TIFF. Its header is written at once, so the stream must be
+ *              big-endian and stand at its start; the data follows as it comes, and flush seeks
+ *              back to complete the header.
+ *   buffered   All other images are collected, in memory and from a certain size on in a temporary
+ *              file, and become a file of the format when they are flushed.
+ *
+ * Methods that answer a number answer 1 for success and 0 for failure. What failed is left as a
+ * text for getError. A failure leaves in the output what was written so far. Given a null writer,
+ * methods do nothing and answer 0 or null.
+ */
+typedef struct RleMemoryWriter RleMemoryWriter;
+struct RleMemoryWriter {
+  /*
+   * Begins an image of `width` x `height` pixels at `resolution` dots per inch in both directions.
+   * A size that is not known yet is 0 and comes with flush; but raw rows that go directly to the
+   * output need their width.
+   *
+   * `bitsPerPixel` and `colourType` (16 bits each, signed) describe the pixels: 1 and 4 are bilevel
+   * ones with 1 as black, 1 and 0 with 0 as black; gfx.h lists all. `inputKind` says what write
+   * will get: 0 raw rows, 1 Group 4 data. In a direct writer any other kind is Group 4 data too; in
+   * a buffered one flush refuses it. `readerOptions` goes to the reader of the collected data: 0
+   * when the first pixel of a byte is its highest bit, 1 when it is its lowest. Group 4 data for a
+   * direct writer has it in the lowest, whatever is said here; raw rows for one in the highest.
+   *
+   * `path` names the temporary file, which is made, or emptied if it exists, in every case, with
+   * permission 0666 less the umask. It is deleted by end. The text is copied.
+   *
+   * A second initialize begins another image: what was collected for the first is dropped and its
+   * temporary file deleted. What the setters set stays, and so does the last message.
+   *
+   *   "set path parameter in rleInitialize."     `path` is null
+   *   "can not allocate memory for path."
+   *   "can not create temporary file."
+   *   "can not write one strip TIFF header."     direct writers
+   *   "can not create gfxInitWriteG4 instance."  direct writers of raw rows
+   *   "can not write header."                    likewise: the Group 4 writer does not begin
+   */
+  int32_t (*initialize)(RleMemoryWriter* writer, uint32_t width, uint32_t height,
+                        uint32_t resolution, int32_t bitsPerPixel, int32_t colourType,
+                        int32_t inputKind, int32_t readerOptions, const char* path);
+
+  /*
+   * Takes the next `length` bytes: whole rows (see setPaddingBits), or a slice of any length of
+   * Group 4 data. They stay the caller's and are not needed afterwards. A direct writer ignores
+   * bytes after the last whole row of a call. One image has at most 2^32 - 1 bytes, except rows
+   * written directly.
+   *
+   * After a failed write of a buffered writer bytes are missing: further writes and flush fail too,
+   * with that message left in place. After a failed write of rows by a direct writer, further
+   * calls fail with "can not create gfxInitWriteG4 instance.".
+   *
+   *   "can not write to memory."                 buffered
+   *   "can not write to temporary file."         likewise
+   *   "can not write G4 data."                   direct, Group 4 data
+   *   "can not create gfxInitWriteG4 instance."  direct, raw rows: initialize failed, or an earlier
+   *                                              write, or the image has been flushed
+   *   "write process call faild."                likewise: the Group 4 writer refuses a row, or a
+   *                                              row has no bytes
+   *   "can not allocate memory."                 likewise
+   */
+  int32_t (*write)(RleMemoryWriter* writer, const void* data, uint32_t length);
+
+  /*
+   * Completes the file. In a buffered writer, `width` and `height` are taken where initialize got
+   * 0. In a direct one a size that is not 0 is put into the header, and one of 0 leaves there what
+   * initialize wrote; raw rows missing up to `height` are added in zeros.
+   *
+   * A buffered image is read back, scaled and turned, and written in the output format. It is
+   * turned after being made smaller, and before being made larger; its size is multiplied, and
+   * truncated, as it was before the turn. When a row cannot be read, that is recorded, and it and
+   * the rows after it become repetitions of the row before, with zeros in the first four bytes; the
+   * result can still be 1.
+   *
+   * Raw rows of fewer than 1 or of 2 to 7 bits per pixel, of 2^32 bytes or more, or with a padding
+   * of 0 have no reader. Rows of 2^31 bits or more are not allocated.
+   *
+   *   buffered
+   *     "can not create XIO stream."                   what was collected cannot be opened
+   *     "invalid raster type."                         an input kind other than 0 and 1
+   *     "can not create gfx instance."                 no reader for the data, or no writer
+   *     "can not create gfx instance for rotation."    without a scale
+   *     "can not read header."
+   *     "invalid output format type."                  codes 3 to 5, above 8 and below 0
+   *     "can not write header."
+   *     "can not allocate memory."                     for a row
+   *     "read process call faild."                     with a result of 1 too
+   *     "write process call faild."
+   *     "end call faild."
+   *     "close call faild."
+   *     none                                           it cannot be scaled, or a write had failed
+   *   direct
+   *     "can not create gfxInitWriteG4 instance."      raw rows, as for write
+   *     "can not allocate memory."                     raw rows
+   *     "write process call faild."                    raw rows
+   *     "end call faild."                              raw rows
+   *     "can not rewrite width in Tiff format."
+   *     "can not rewrite height in Tiff format."
+   *     "can not rewrite byte count in Tiff format."   or the output told no position
+   */
+  int32_t (*flush)(RleMemoryWriter* writer, uint32_t width, uint32_t height);
+
+  /*
+   * Releases the writer with all that it holds, flushed or not, and deletes the temporary file. The
+   * output stream stays open.
+   */
+  void (*end)(RleMemoryWriter* writer);
+
+  /*
+   * The setters. A scale or a rotation that is to make the writer a buffered one is set before
+   * initialize. A buffered writer looks at all four at every write and at flush; once initialize
+   * has begun to write raw rows directly, they do nothing.
+   */
+
+  /*
+   * Data of so many bytes or more, 2097152 unless set, goes to the temporary file. An image that
+   * will be scaled or turned stays in memory whatever its size.
+   */
+  void (*setBufferSize)(RleMemoryWriter* writer, uint32_t bytes);
+
+  /* Multiplies width and height, 1.0 unless set. */
+  void (*setScale)(RleMemoryWriter* writer, double factor);
+
+  /* Turns the image counter-clockwise by 0, 90, 180 or 270 degrees, 0 unless set. */
+  void (*setRotation)(RleMemoryWriter* writer, int32_t rotation);
+
+  /*
+   * How rows of raw input are aligned, 8 unless set. A row of 1 bit per pixel has its width,
+   * rounded up to a multiple of `bits`, divided by 8 in bytes, the remainder dropped; what the row
+   * then lacks of its last pixels is 0. A row of more bits per pixel has bits per pixel / 8 x width
+   * bytes, rounded up to a multiple of as many BYTES. So 10 pixels of 1 bit have 2 bytes with 8, 4
+   * bytes with 32 and 1 byte with 1; of 8 bits, 16 bytes with 8 and 10 with 1.
+   */
+  void (*setPaddingBits)(RleMemoryWriter* writer, uint32_t bits);
+
+  /*
+   * The message of the last failure, or null before the first; a later success leaves it. The text
+   * is the library's own and stays.
+   */
+  const char* (*getError)(RleMemoryWriter* writer);
+
+  struct RleMemoryWriterState* state; /* private */
+};
+
+/*
+ * A new writer of a raster file into `output`, which must stay until the writer has ended, or null
+ * when memory runs out. `format` is 0 TIFF, 1 BMP, 2 PDF, 6 PNG, 7 JPEG or 8 PNM; other codes are
+ * refused by flush.
+ */
+RLE_API RleMemoryWriter* rleInitWriteRasterFromMemory(RleStream* output, int32_t format);
+
 #ifdef __cplusplus
 }
 #endif

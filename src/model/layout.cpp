@@ -58,6 +58,18 @@ static_assert(offsetof(RleTiffG4Info, stripOffset) == 16);
 static_assert(offsetof(RleTiffG4Info, photometric) == 20);
 static_assert(offsetof(RleTiffG4Info, fillOrder) == 24);
 
+static_assert(sizeof(RleMemoryWriter) == 80);
+static_assert(offsetof(RleMemoryWriter, initialize) == 0);
+static_assert(offsetof(RleMemoryWriter, write) == 8);
+static_assert(offsetof(RleMemoryWriter, flush) == 16);
+static_assert(offsetof(RleMemoryWriter, end) == 24);
+static_assert(offsetof(RleMemoryWriter, setBufferSize) == 32);
+static_assert(offsetof(RleMemoryWriter, setScale) == 40);
+static_assert(offsetof(RleMemoryWriter, setRotation) == 48);
+static_assert(offsetof(RleMemoryWriter, setPaddingBits) == 56);
+static_assert(offsetof(RleMemoryWriter, getError) == 64);
+static_assert(offsetof(RleMemoryWriter, state) == 72);
+
 #endif
 
 // Slot n of a stream's table stands n pointers from its start.

@@ -64,7 +64,7 @@ OwnedInstance wrap(OwnedInstance source, GfxInstance* (*make)(GfxInstance*, Argu
                    std::type_identity_t<Arguments>... arguments) {
   if (!source) return nullptr;
   OwnedInstance wrapper(make(source.get(), arguments...));
-  if (wrapper) source.release();
+  if (wrapper) static_cast<void>(source.release());  // it belongs to the wrapper now
   return wrapper;
 }
 

@@ -2,6 +2,7 @@
 // stay valid, and what was promised to be left alone is.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <functional>
 
@@ -91,6 +92,7 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
     s.position = 0;
     return &s;
   };
+  const std::string part = testing::TempDir() + "rle" + std::to_string(getpid()) + ".fault";
   uint8_t bits[] = {0x5A, 0xF0, 0x01, 0x80};
   rlePackClearCache();
   // Over the stand-in for the raster pipeline, which has a page of two rows.
@@ -202,6 +204,19 @@ TEST(AllocationFaults, LeaveEverythingInOrder) {
        piped([&](auto*, auto* s) { return rleUnloadPolyToG4(s, poly.get()) == 1; }, bilevel)},
       {"convert rows", page, 1, piped(convert(0.5), grey)},
       {"convert runs", page, kSome, piped(convert(0.5), bilevel)},
+      {"collect", page, 4,  // writer and state, path, data
+       [&](auto*) {
+         RleMemoryWriter* const w = rleInitWriteRasterFromMemory(&stream, 1);
+         if (w == nullptr) return false;
+         const bool begun = w->initialize(w, 9, 2, 200, 1, 4, 0, 0, part.c_str()) != 0;
+         const bool done = begun && w->write(w, bits, 4) != 0;
+         EXPECT_TRUE(done || (w->write(w, bits, 4) != 0) != begun);  // no more after a gap
+         EXPECT_STREQ(w->getError(w), done    ? nullptr
+                                      : begun ? "can not write to memory."
+                                              : "can not allocate memory for path.");
+         w->end(w);
+         return done;
+       }},
   };
   for (const Case& c : cases) failInTurn(c);
 }
