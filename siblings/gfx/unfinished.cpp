@@ -3,13 +3,11 @@
 namespace gfx {
 const FileKind kTiffFiles{[](const uint8_t (&)[kSignatureBytes]) { return false; },
                           [](RleStream*) -> Reader* { return nullptr; }};
-const FileKind kJpegFiles = kTiffFiles;
 const FileKind kBmpFiles = kTiffFiles;
 const FileKind kPnmFiles = kTiffFiles;
 Writer* newTiffWriter(RleStream*) { return nullptr; }
 Writer* newBmpWriter(RleStream*) { return nullptr; }
 Writer* newPdfWriter(RleStream*) { return nullptr; }
-Writer* newJpegWriter(RleStream*) { return nullptr; }
 Writer* newPnmWriter(RleStream*) { return nullptr; }
 }  // namespace gfx
 extern "C" {
