@@ -3,11 +3,7 @@
 namespace gfx {
 const FileKind kTiffFiles{[](const uint8_t (&)[kSignatureBytes]) { return false; },
                           [](RleStream*) -> Reader* { return nullptr; }};
-const FileKind kPngFiles = kTiffFiles;
-const FileKind kJpegFiles = kTiffFiles;
 Writer* newTiffWriter(RleStream*) { return nullptr; }
-Writer* newPngWriter(RleStream*) { return nullptr; }
-Writer* newJpegWriter(RleStream*) { return nullptr; }
 }  // namespace gfx
 extern "C" {
 GfxInstance* gfxInitColorSpaceConverter(GfxInstance*, int32_t, int32_t) { return nullptr; }
