@@ -10,7 +10,7 @@ namespace rle {
 
 // `status` receives the exit status of the command that runs; it starts as 0.
 void addInfoCommand(CLI::App& app, int& status);
-void addConvertCommand(CLI::App& app);
+void addConvertCommand(CLI::App& app, int& status);
 void addComponentCommand(CLI::App& app);
 void addNearestCommand(CLI::App& app);
 void addViewCommand(CLI::App& app);

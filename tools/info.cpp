@@ -5,6 +5,7 @@
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,11 +21,11 @@ struct Request {
   bool json = false;
 };
 
-struct Facts {
+// A page held in memory.
+struct Weight {
   uint64_t runs = 0;
   uint64_t blackPixels = 0;
-  uint64_t bytesAsRuns =
-      0;  // held in memory: the image, its rows, and their buffers with spare room
+  uint64_t bytesAsRuns = 0;  // the image, its rows, and their buffers with spare room
   uint64_t bytesAsBits = 0;  // the same page packed eight pixels a byte
 };
 
@@ -35,67 +36,93 @@ uint64_t bufferBytes(const RleRun* runs) {
   return sizeof(uint32_t) + uint64_t{slots} * sizeof(RleRun);
 }
 
-Facts measure(const RleRect& page) {
-  Facts facts;
-  facts.bytesAsRuns = sizeof(RleRect);
-  facts.bytesAsBits = uint64_t{page.height} * ((page.width + 7u) / 8u);
+Weight weigh(const RleRect& page) {
+  Weight weight;
+  weight.bytesAsRuns = sizeof(RleRect);
+  weight.bytesAsBits = uint64_t{page.height} * ((page.width + 7u) / 8u);
   for (uint32_t y = 0; y < page.height; ++y) {
     const RleLine& row = *page.rows[y];
-    facts.runs += row.count;
-    facts.bytesAsRuns += sizeof(RleLine*) + sizeof(RleLine) + bufferBytes(row.runs);
+    weight.runs += row.count;
+    weight.bytesAsRuns += sizeof(RleLine*) + sizeof(RleLine) + bufferBytes(row.runs);
     for (uint32_t i = 0; i < row.count; ++i)
-      facts.blackPixels += uint64_t{row.runs[i].end} - row.runs[i].start;
+      weight.blackPixels += uint64_t{row.runs[i].end} - row.runs[i].start;
   }
-  return facts;
+  return weight;
 }
 
-double blackShare(const RleRect& page, const Facts& facts) {
-  return double(facts.blackPixels) / (double(page.width) * page.height);
-}
+// What is shown of a file. Only black-and-white pages are held as runs and weighed.
+struct Report {
+  std::string name;
+  FileFacts facts;
+  std::optional<Weight> weight;
 
-nlohmann::ordered_json asJson(const std::string& name, const PageFile& file, const Facts& facts) {
-  return {{"file", name},
-          {"format", file.format},
-          {"compression", file.compression},
-          {"strips", file.strips},
-          {"fileBytes", file.byteCount},
-          {"width", file.page->width},
-          {"height", file.page->height},
-          {"resolution", file.page->resolution},
-          {"runs", facts.runs},
-          {"blackShare", blackShare(*file.page, facts)},
-          {"bytesAsRuns", facts.bytesAsRuns},
-          {"bytesAsBits", facts.bytesAsBits}};
-}
-
-void print(const std::string& name, const PageFile& file, const Facts& facts) {
-  const RleRect& page = *file.page;
-  char size[64] = "";
-  if (page.resolution != 0) {
-    const double millimetres = 25.4 / page.resolution;
-    std::snprintf(size, sizeof size, ", %.1f x %.1f mm", page.width * millimetres,
-                  page.height * millimetres);
+  double blackShare() const {
+    return double(weight->blackPixels) / (double(facts.width) * facts.height);
   }
-  const std::string resolution =
-      page.resolution == 0 ? "not known" : std::to_string(page.resolution) + " dpi";
-  std::string strips;
-  if (file.strips != 0)
-    strips = ", " + std::to_string(file.strips) + (file.strips == 1 ? " strip" : " strips");
-  char text[512];
+};
+
+Report examine(const std::string& name) {
+  InputFile file(name);
+  Report report{name, file.facts(), std::nullopt};
+  // Other pages cannot be loaded, but the file is readable all the same.
+  if (!report.facts.bilevel || report.facts.xResolution != report.facts.yResolution) return report;
+  const OwnedRect page = file.readPage();
+  report.facts.width = page->width;
+  report.facts.height = page->height;
+  report.facts.xResolution = report.facts.yResolution = page->resolution;
+  report.weight = weigh(*page);
+  return report;
+}
+
+nlohmann::ordered_json asJson(const Report& report) {
+  const FileFacts& facts = report.facts;
+  nlohmann::ordered_json json{
+      {"file", report.name},  {"format", facts.format},       {"compression", facts.compression},
+      {"pages", facts.pages}, {"fileBytes", facts.byteCount}, {"pixels", facts.pixels},
+      {"width", facts.width}, {"height", facts.height},       {"resolution", facts.xResolution}};
+  if (facts.yResolution != facts.xResolution) json["yResolution"] = facts.yResolution;
+  if (report.weight) {
+    json["runs"] = report.weight->runs;
+    json["blackShare"] = report.blackShare();
+    json["bytesAsRuns"] = report.weight->bytesAsRuns;
+    json["bytesAsBits"] = report.weight->bytesAsBits;
+  }
+  return json;
+}
+
+std::string sizeInMillimetres(const FileFacts& facts) {
+  if (facts.xResolution == 0 || facts.yResolution == 0) return "";
+  char size[64];
+  std::snprintf(size, sizeof size, ", %.1f x %.1f mm", facts.width * 25.4 / facts.xResolution,
+                facts.height * 25.4 / facts.yResolution);
+  return size;
+}
+
+std::string resolutionInWords(const FileFacts& facts) {
+  if (facts.xResolution == 0 && facts.yResolution == 0) return "not known";
+  std::string dpi = std::to_string(facts.xResolution);
+  if (facts.yResolution != facts.xResolution) dpi += " x " + std::to_string(facts.yResolution);
+  return dpi + " dpi";
+}
+
+void print(const Report& report) {
+  const FileFacts& facts = report.facts;
+  std::cout << report.name << "\n  size        " << facts.width << " x " << facts.height
+            << " pixels" << sizeInMillimetres(facts) << ", " << facts.pixels << "\n  resolution  "
+            << resolutionInWords(facts) << "\n  file        " << facts.format << ", "
+            << facts.compression << ", " << facts.byteCount << " bytes"
+            << "\n  pages       " << facts.pages << '\n';
+  if (!report.weight) return;
+  char text[256];
   std::snprintf(text, sizeof text,
-                "  size        %d x %d pixels%s\n"
-                "  resolution  %s\n"
                 "  runs        %llu, %.1f a row\n"
                 "  black       %.2f %%\n"
-                "  file        %s, %s%s, %llu bytes\n"
                 "  in memory   %llu bytes as runs, %llu bytes as bits\n",
-                page.width, page.height, size, resolution.c_str(),
-                static_cast<unsigned long long>(facts.runs), double(facts.runs) / page.height,
-                100 * blackShare(page, facts), file.format.c_str(), file.compression.c_str(),
-                strips.c_str(), static_cast<unsigned long long>(file.byteCount),
-                static_cast<unsigned long long>(facts.bytesAsRuns),
-                static_cast<unsigned long long>(facts.bytesAsBits));
-  std::cout << name << '\n' << text;
+                static_cast<unsigned long long>(report.weight->runs),
+                double(report.weight->runs) / facts.height, 100 * report.blackShare(),
+                static_cast<unsigned long long>(report.weight->bytesAsRuns),
+                static_cast<unsigned long long>(report.weight->bytesAsBits));
+  std::cout << text;
 }
 
 // A file that cannot be read does not keep the others from being shown.
@@ -104,12 +131,11 @@ int info(const Request& request) {
   auto list = nlohmann::ordered_json::array();
   for (const std::string& name : request.files) {
     try {
-      const PageFile file = readPageFile(name);
-      const Facts facts = measure(*file.page);
+      const Report report = examine(name);
       if (request.json)
-        list.push_back(asJson(name, file, facts));
+        list.push_back(asJson(report));
       else
-        print(name, file, facts);
+        print(report);
     } catch (const Failure& failure) {
       std::cerr << "rle: " << failure.what() << '\n';
       status = 1;
@@ -129,8 +155,11 @@ void addInfoCommand(CLI::App& app, int& status) {
   command->add_option("FILE", request->files, "Page files")->required()->type_name("");
   command->add_flag("--json", request->json, "Print a JSON array with an object for each file");
   command->footer(
-      "For each file: size, resolution, number of runs of black pixels, share of black pixels,\n"
-      "format, and the bytes it takes in memory as runs and as packed bits.");
+      "For each file: size, resolution, format, compression and number of pages; for a page in "
+      "black\n"
+      "and white also the number of runs of black pixels, the share of black pixels, and the "
+      "bytes\n"
+      "it takes in memory as runs and as packed bits.");
   command->final_callback([request, &status] { status = info(*request); });
 }
 

@@ -29,15 +29,13 @@ int run(int argc, char** argv) {
   app.require_subcommand(1);
   app.get_formatter()->column_width(32);
   app.footer(
-      "Files are TIFF files of one page, with one strip compressed as CCITT Group 4, named .tif "
-      "or\n"
-      ".tiff, or hold the runs of a page in the native format, named .rle; on reading, what a "
-      "file\n"
-      "holds decides.\n"
+      "Files are TIFF, PNG, JPEG, BMP or PNM files, or hold the runs of a page in the native "
+      "format,\n"
+      "named .rle; on reading, what a file holds decides.\n"
       "Exit status: 0 done, 1 a file could not be read, treated or written, 2 wrong usage.\n"
       "`rle COMMAND --help` says more about a command.");
   addInfoCommand(app, status);
-  addConvertCommand(app);
+  addConvertCommand(app, status);
   addViewCommand(app);
   addComponentCommand(app);
   addNearestCommand(app);

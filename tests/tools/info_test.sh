@@ -9,9 +9,9 @@ size=$(stat -c %s small.tif)
 # 7 runs in 4 rows, 12 of 48 pixels black; 4 rows of 2 bytes as bits. At 200 dpi 12 pixels are
 # 1.524 mm.
 "$RLE" info small.tif >text
-for line in "small.tif" "  size        12 x 4 pixels, 1.5 x 0.5 mm" "  resolution  200 dpi" \
+for line in "small.tif" "  size        12 x 4 pixels, 1.5 x 0.5 mm, black and white" "  resolution  200 dpi" \
   "  runs        7, 1.8 a row" "  black       25.00 %" \
-  "  file        TIFF, Group 4, 1 strip, $size bytes"; do
+  "  file        TIFF, Group 4, $size bytes" "  pages       1"; do
   grep -qxF -- "$line" text || fail "no line '$line' in: $(cat text)"
 done
 grep -q " bytes as runs, 8 bytes as bits$" text || fail "$(cat text)"
@@ -21,7 +21,7 @@ status=0
 "$RLE" info --json small.tif nowhere.tif "$root/docs/page/page.tif" >json 2>stderr || status=$?
 [[ $status == 1 && $(cat stderr) == "rle: nowhere.tif: No such file or directory" ]] ||
   fail "status $status, $(cat stderr)"
-for line in '"width": 2479,' '"height": 3508,' '"resolution": 300,' '"runs": 7,' '"strips": 1,' \
+for line in '"width": 2479,' '"height": 3508,' '"resolution": 300,' '"runs": 7,' '"pages": 1,' \
   '"blackShare": 0.25,' "\"fileBytes\": $size," '"bytesAsBits": 1087480'; do
   grep -qF -- "$line" json || fail "no $line in: $(cat json)"
 done

@@ -28,39 +28,30 @@ refuses_file() { # REASON FILE
 
 : >in/empty.tif
 echo "not a picture at all, just text" >in/text.tif
-tiffcp -c g4 -r 16 "$page" in/strips.tif
-tiffcp -c lzw "$page" in/lzw.tif
-tiffcp -c none "$page" in/none.tif
-tiffcp -c g3 "$page" in/g3.tif
-tiffcp -t -c g4 "$page" in/tiles.tif
-tiffcp -8 -c g4 -r 9999 small.tif in/big.tif
-tiffcp -c g4 -r 9999 small.tif small.tif in/pages.tif
-cp small.tif in/black0.tif && tiffset -s 262 1 in/black0.tif
 cp small.tif in/bits.tif && tiffset -s 258 8 in/bits.tif
 refuses_file "No such file or directory" in/missing.tif
 refuses_file "is a directory" in
 refuses_file "is not a regular file" /dev/null
-refuses_file "is not a TIFF file" in/empty.tif
-refuses_file "is not a TIFF file" in/text.tif
-refuses_file "has several strips" in/strips.tif
-refuses_file "is compressed with LZW" in/lzw.tif
-refuses_file "is not compressed" in/none.tif
-refuses_file "is compressed with CCITT Group 3" in/g3.tif
-refuses_file "is stored in tiles" in/tiles.tif
-refuses_file "is a BigTIFF file" in/big.tif
-refuses_file "has several pages" in/pages.tif
-refuses_file "has photometric interpretation 1" in/black0.tif
-refuses_file "has more than one bit a pixel" in/bits.tif
-# Cut anywhere, the page is refused: in the header, the directory, the strip, its end mark. The
-# directory stands before the strip.
-for size in 3 7 9 100 255 313 314 500 60000 "$(($(stat -c %s "$page") - 1))"; do
+refuses_file "the file is empty" in/empty.tif
+refuses_file "not a raster file of a known format" in/text.tif
+refuses_file "" in/bits.tif
+# Sizes and places that the file does not have, and a directory that leads back to itself.
+cp small.tif in/high.tif && tiffset -s 257 65536 in/high.tif
+cp small.tif in/away.tif && tiffset -s 273 99999999 in/away.tif
+cp small.tif in/wide.tif && tiffset -s 256 4000000000 in/wide.tif
+refuses_file "" in/high.tif
+refuses_file "" in/away.tif
+refuses_file "" in/wide.tif
+# Cut anywhere, the page is refused: in the header, the directory, the strip. The directory stands
+# before the strip.
+for size in 3 7 9 100 255 313 314 500 60000; do
   head -c "$size" "$page" >in/cut.tif
   refuses_file "" in/cut.tif
 done
 # 64 bytes of Group 4 data overwritten by zeros.
 cp "$page" in/damaged.tif
 dd if=/dev/zero of=in/damaged.tif bs=1 seek=50000 count=64 conv=notrunc status=none
-refuses_file "the Group 4 data is damaged" in/damaged.tif
+refuses_file "" in/damaged.tif
 
 refuses_operation() { # STATUS REASON OPTION VALUE
   refuses "$1" "$3 $4: $2" convert "$page" out/out.tif "$3" "$4"
@@ -106,7 +97,12 @@ refuses 1 "small.tif: no black pixel within 1 of 0,0" nearest small.tif 0,0 --ra
 refuses 2 "65535 is out of range" nearest small.tif 65535,0
 refuses 2 "3 is out of range" view small.tif --width 3
 refuses 1 "nowhere.tif: No such file" convert "$page" out/out.tif --merge nowhere.tif,0,0,set
-refuses 1 "out.png: only files named .tif, .tiff or .rle" convert "$page" out/out.png
+refuses 1 "out.gif: no format is named .gif" convert "$page" out/out.gif
+refuses 2 "'gif' is not a format" convert "$page" out/out.tif --format gif
+refuses 2 "'zip' is not a compression" convert "$page" out/out.tif --compression zip
+refuses 2 "only TIFF files have a choice" convert "$page" out/out.png --compression lzw
+refuses 2 "one IN and one OUT" convert "$page" out/out.tif "$page"
+refuses 2 "would both become" convert "$page" "$PWD/${page##*/}" --out-dir elsewhere
 refuses 1 "out: is a directory" convert "$page" out
 refuses 1 "/dev/full: is not a regular file" convert "$page" /dev/full
 refuses 1 "nowhere/a.tif: cannot be created: No such file" convert "$page" nowhere/a.tif
