@@ -10,7 +10,7 @@ codecs=(libtiff-dev libpng-dev libjpeg62-turbo-dev)
 program=(libcli11-dev nlohmann-json3-dev)
 tests=(libgtest-dev libgmock-dev libtiff-tools netpbm poppler-utils)
 bench=(libbenchmark-dev libpixman-1-dev libleptonica-dev libcairo2-dev)
-checks=(git clang clang-format clang-tidy libclang-rt-14-dev shellcheck)
+checks=(git clang clang-format clang-tidy libclang-rt-14-dev shellcheck doxygen)
 
 case "${1-}" in
   demo) wanted=("${build[@]}" "${codecs[@]}" "${program[@]}") ;;

@@ -1,4 +1,4 @@
-/*
+/** @file
  * xio - streams over memory and files.
  *
  * The streams made here are RleStream objects (see rle.h): they are used through the operations of
@@ -33,13 +33,13 @@ extern "C" {
 #endif
 
 enum {
-  XIO_READ = 1,  /* read what exists; writes fail */
-  XIO_WRITE = 2, /* start empty: a file is created or truncated, memory grows on demand. What has
+  XIO_READ = 1,  /**< read what exists; writes fail */
+  XIO_WRITE = 2, /**< start empty: a file is created or truncated, memory grows on demand. What has
                     been written can be read back */
-  XIO_UPDATE = 3 /* read and write what exists, and extend it; a file must exist */
+  XIO_UPDATE = 3 /**< read and write what exists, and extend it; a file must exist */
 };
 
-/*
+/**
  * A stream over `size` bytes at `buffer`; null when memory runs out, for another mode than the
  * three above, and for a null buffer with a size above 0.
  *
@@ -52,14 +52,14 @@ enum {
  */
 RLE_API RleStream* xioCreateMemoryStream(void* buffer, uint32_t size, int32_t mode);
 
-/*
+/**
  * A stream over the named file; null when it cannot be opened that way, when it is a directory, for
  * another mode than the three above and for a null path. Reads and writes go through a buffer of 64
  * KiB, which seeks inside it keep.
  */
 RLE_API RleStream* xioCreateFileStreamByName(const char* path, int32_t mode);
 
-/*
+/**
  * The bytes of a memory stream, all `*size` of them whatever the position. They stay the stream's
  * and may move with its next write. Null, and a size of 0, for a stream of any other kind and for
  * one without bytes.
