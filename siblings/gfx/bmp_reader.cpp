@@ -30,7 +30,8 @@ class Sample {
   uint8_t of(uint32_t pixel) const {
     const uint64_t max = mask_ >> shift_;
     const uint64_t value = (pixel & mask_) >> shift_;
-    return max == 0 ? 0 : uint8_t((value * 255 + max / 2) / max);
+    if (max == 0) return 0;
+    return uint8_t((value * 255 + max / 2) / max);
   }
 
  private:

@@ -1,7 +1,7 @@
 // A reader of bare T.6 data. Black runs become 1 bits, whatever the colour type says of them: see
 // g4_writer.cpp.
 
-#include <cstring>
+#include <algorithm>
 #include <new>
 
 #include "g4/row_decoder.h"
@@ -42,7 +42,7 @@ class G4Reader final : public Instance {
         return setLastError("the Group 4 data is damaged or cut off in row %u", read_);
     }
     ++read_;
-    std::memset(row, 0, rowBytes(description_.format, description_.width));
+    std::fill_n(row, rowBytes(description_.format, description_.width), uint8_t{0});
     const uint16_t* const elements = decoder_.elements();
     rle::BitSpans black(row);
     for (uint32_t i = 0; i < decoder_.elementCount(); i += 2)

@@ -186,7 +186,7 @@ TEST(RawRows, LieAtTheirDistanceInEitherOrderOfBits) {
   EXPECT_EQ(readAll(gfxInitReadRawData(&stream, 3, 2, 8, 2, 0, 0, 2, 3, 6)).rows, Bytes());
 }
 
-std::string little(uint32_t value, int size) {
+std::string little(uint64_t value, int size) {
   std::string bytes;
   for (int i = 0; i < size; ++i) bytes += char(value >> 8 * i);
   return bytes;
@@ -199,13 +199,6 @@ std::string bmp(int width, int height, uint32_t bits, uint32_t compression, cons
          little(uint32_t(width), 4) + little(uint32_t(height), 4) + little(1, 2) + little(bits, 2) +
          little(compression, 4) + little(0, 4) + little(11811, 4) + little(11811, 4) +
          little(colours, 4) + little(0, 4) + more + rows;
-}
-
-std::string coreBmp(int width, int height, uint32_t bits, const std::string& more,
-                    const std::string& rows) {
-  return "BM" + little(0, 8) + little(uint32_t(26 + more.size()), 4) + little(12, 4) +
-         little(uint32_t(width), 2) + little(uint32_t(height), 2) + little(1, 2) + little(bits, 2) +
-         more + rows;
 }
 
 struct Example {
@@ -227,9 +220,10 @@ const std::vector<Example> kExamples = {
     {bmp(3, 1, 1, 0, "\1\2\3\0\4\5\6\0"s, "\x40\0\0\0"s),
      {3, 1, kRgb, {3, 2, 1, 6, 5, 4, 3, 2, 1}, 300}},
     {bmp(8, 1, 1, 0, "", "\x55\0\0\0"s), {8, 1, kBits, {0xAA}, 300}},
-    {coreBmp(3, 1, 4, "\1\2\3\4\5\6"s, "\x10\x10\0\0"s),
+    {"BM"s + little(0, 8) + little(32, 4) + little(12, 4) + little(3, 2) + little(1, 2) +
+         little(1, 2) + little(4, 2) + "\1\2\3\4\5\6" + "\x10\x10\0\0"s,
      {3, 1, kRgb, {6, 5, 4, 3, 2, 1, 6, 5, 4}, 0}},
-    {coreBmp(1, 2, 24, "", "\1\2\3\0\4\5\6\0"s), {1, 2, kRgb, {6, 5, 4, 3, 2, 1}, 0}},
+    {bmp(1, 2, 24, 0, "", "\1\2\3\0\4\5\6\0"s), {1, 2, kRgb, {6, 5, 4, 3, 2, 1}, 300}},
     {bmp(2, 1, 8, 0, "\7\7\7\0\x8\x8\x8\0"s, "\1\2\0\0"s, 2), {2, 1, kGrey, {8, 0}, 300}},
     {bmp(2, 1, 16, 0, "", "\x00\x7C\x1F\x02"s), {2, 1, kRgb, {255, 0, 0, 0, 132, 255}, 300}},
     {bmp(2, 1, 16, 3, kMasks565, "\x00\xF8\x1F\x04"s), {2, 1, kRgb, {255, 0, 0, 0, 130, 255}, 300}},
@@ -251,10 +245,9 @@ TEST(BmpAndPnmFiles, AreReadOrReportedAsCutOff) {
     const Bytes file = bytesOf(example.file);
     EXPECT_EQ(readRaster(file), example.image) << testing::PrintToString(file);
     for (size_t size = 0; size < file.size(); ++size) {
-      // The last bytes may be no pixels.
       const Image image = readRaster({file.begin(), file.begin() + int(size)});
-      EXPECT_TRUE(image.rows.empty() || image.rows == example.image.rows) << size;
-      EXPECT_TRUE(image.rows.empty() || size + 3 >= file.size()) << size;
+      const bool onlyPadding = size + 3 >= file.size() && image.rows == example.image.rows;
+      EXPECT_TRUE(image.rows.empty() || onlyPadding) << size;
     }
     for (int64_t i = 0; i < 8; ++i) EXPECT_TRUE(readRaster(file, i).rows.empty()) << i;
   }
