@@ -22,11 +22,5 @@ GfxInstance* gfxInitReadRawData(RleStream*, uint32_t, uint32_t, int32_t, int32_t
                                 uint32_t, uint32_t, uint32_t) {
   return nullptr;
 }
-GfxInstance* gfxInitColorSpaceConverter(GfxInstance*, int32_t, int32_t) { return nullptr; }
-GfxInstance* gfxInitRotate(GfxInstance*, int32_t) { return nullptr; }
-GfxInstance* gfxInitMaxScaleWidth(GfxInstance*, uint32_t) { return nullptr; }
-GfxInstance* gfxInitMaxScaleHeight(GfxInstance*, uint32_t) { return nullptr; }
-GfxInstance* gfxInitMinScaleWidth(GfxInstance*, uint32_t) { return nullptr; }
-GfxInstance* gfxInitMinScaleHeight(GfxInstance*, uint32_t) { return nullptr; }
 GfxInstance* gfxInitWriteG4(RleStream*, int32_t) { return nullptr; }
 }
