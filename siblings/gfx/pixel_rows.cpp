@@ -13,29 +13,48 @@ namespace {
 constexpr uint32_t kSlice = 512;
 constexpr uint8_t kHalf = 128;  // luminance from here on is white
 
-bool isBlackOne(uint32_t format) { return colourType(format) % 5 == 4; }
-
 uint8_t onWhite(uint8_t sample, uint8_t alpha) {
   return uint8_t((sample * alpha + 255u * (255u - alpha) + 127) / 255);
 }
 
-// Lays pixels of `samples` colours and alpha on white, and leaves the colours.
-void flatten(const uint8_t* from, uint32_t samples, uint8_t* to, uint32_t count) {
-  for (uint32_t i = 0; i < count; ++i, from += samples + 1)
-    for (uint32_t s = 0; s < samples; ++s) *to++ = onWhite(from[s], from[samples]);
+// Lays pixels of `kColours` samples and alpha on white, and leaves the colours.
+template <uint32_t kColours>
+void flatten(const uint8_t* from, uint8_t* to, uint32_t count) {
+  for (uint32_t i = 0; i < count; ++i, from += kColours + 1)
+    for (uint32_t s = 0; s < kColours; ++s) *to++ = onWhite(from[s], from[kColours]);
 }
 
+// The bits of a byte as eight grey pixels, 1 as white.
+constexpr auto kGreyOfBits = [] {
+  std::array<std::array<uint8_t, 8>, 256> grey{};
+  for (uint32_t byte = 0; byte < 256; ++byte)
+    for (uint32_t bit = 0; bit < 8; ++bit) grey[byte][bit] = byte << bit & 0x80 ? 255 : 0;
+  return grey;
+}();
+
 void greyFromBits(const uint8_t* bits, bool blackOne, uint8_t* grey, uint32_t count) {
-  for (uint32_t i = 0; i < count; ++i) {
-    const bool one = bits[i / 8] >> (7 - i % 8) & 1;
-    grey[i] = one == blackOne ? 0 : 255;
-  }
+  const uint8_t inverted = blackOne ? 0xFF : 0;
+  for (; count >= 8; count -= 8, grey += 8)
+    std::memcpy(grey, kGreyOfBits[*bits++ ^ inverted].data(), 8);
+  if (count > 0) std::memcpy(grey, kGreyOfBits[*bits ^ inverted].data(), count);
+}
+
+// Eight grey pixels as bits, 1 as white: the highest bit of each.
+uint8_t bitsOfGrey(const uint8_t* grey) {
+  static_assert(kHalf == 0x80);
+  uint32_t bits = 0;
+  for (uint32_t i = 0; i < 8; ++i) bits |= (grey[i] & kHalf) >> i;
+  return uint8_t(bits);
 }
 
 void bitsFromGrey(const uint8_t* grey, bool blackOne, uint8_t* bits, uint32_t count) {
-  std::memset(bits, 0, (count + 7) / 8);
-  for (uint32_t i = 0; i < count; ++i)
-    if ((grey[i] < kHalf) == blackOne) bits[i / 8] |= uint8_t(0x80 >> i % 8);
+  const uint8_t inverted = blackOne ? 0xFF : 0;
+  for (; count >= 8; count -= 8, grey += 8) *bits++ = bitsOfGrey(grey) ^ inverted;
+  if (count == 0) return;
+  uint8_t last[8] = {};
+  std::memcpy(last, grey, count);
+  *bits = bitsOfGrey(last) ^ inverted;
+  clearPadding(bits, count);
 }
 
 // A slice of a row as grey or RGB, whichever it is at heart, at `to`.
@@ -51,10 +70,10 @@ bool toGreyOrRgb(uint32_t format, const uint8_t* from, uint8_t* to, uint32_t cou
       hueRgbFromCmyk(from, to, count);
       return true;
     case GFX_RGB_ALPHA:
-      flatten(from, 3, to, count);
+      flatten<3>(from, to, count);
       return true;
     case GFX_GREY_ALPHA:
-      flatten(from, 1, to, count);
+      flatten<1>(from, to, count);
       return false;
     default:
       greyFromBits(from, isBlackOne(format), to, count);
@@ -68,8 +87,10 @@ void convertSlice(uint32_t fromFormat, const uint8_t* from, uint32_t toFormat, u
   uint8_t grey[kSlice];
   const bool isRgb = toGreyOrRgb(fromFormat, from, colours, count);
   if (colourType(toFormat) == GFX_RGB) {
-    for (uint32_t i = 0; i < count; ++i)
-      for (uint32_t s = 0; s < 3; ++s) *to++ = isRgb ? colours[3 * i + s] : colours[i];
+    if (isRgb)
+      std::memcpy(to, colours, size_t{count} * 3);
+    else
+      for (uint32_t i = 0; i < count; ++i, to += 3) to[0] = to[1] = to[2] = colours[i];
     return;
   }
   const uint8_t* luminance = colours;
@@ -127,8 +148,7 @@ void reverseBits(uint8_t* row, size_t bytes) {
 }
 
 bool canConvert(uint32_t from, uint32_t to) {
-  return isKnownFormat(from) && isKnownFormat(to) &&
-         (from == to || isBilevel(to) || to == kGrey || to == kRgb);
+  return isKnownFormat(from) && isKnownFormat(to) && (from == to || canBecome(to));
 }
 
 void convertRow(uint32_t fromFormat, const uint8_t* from, uint32_t toFormat, uint8_t* to,

@@ -26,6 +26,9 @@ inline bool isKnownFormat(uint32_t format) {
 
 inline bool isBilevel(uint32_t format) { return bitsPerPixel(format) == 1; }
 
+// Of a bilevel format: whether 1 is black.
+inline bool isBlackOne(uint32_t format) { return colourType(format) % 5 == 4; }
+
 // 0 for the first group of colour types, 1 for those with alpha.
 inline bool hasAlpha(uint32_t format) {
   return colourType(format) == GFX_RGB_ALPHA || colourType(format) == GFX_GREY_ALPHA;
@@ -51,7 +54,12 @@ void invertBits(uint8_t* row, size_t bytes);
 // Reverses the bits of each byte.
 void reverseBits(uint8_t* row, size_t bytes);
 
-// Rows can be made bilevel, grey or RGB, and anything can become itself.
+// Every known format can become a bilevel one, grey or RGB.
+inline bool canBecome(uint32_t format) {
+  return isBilevel(format) || format == kGrey || format == kRgb;
+}
+
+// What can become another format, or stays as it is.
 bool canConvert(uint32_t from, uint32_t to);
 
 // Converts a row of `width` pixels. Bilevel is black where the luminance is below half; what is
