@@ -1,0 +1,121 @@
+// Streams that fail: every operation of everything that reads or writes fails in turn. What is read
+// is the page or nothing, what is written is whole or told to have failed.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "gfx.h"
+#include "model/owners.h"
+#include "rle.h"
+#include "support/byte_stream.h"
+#include "support/picture.h"
+
+namespace rle::test {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+OwnedRect page() { return image({".##..#....", "#####..##.", "..........", "#.#.#.#.#."}); }
+
+OwnedPoly region() {
+  OwnedPoly region(rleAllocPoly());
+  region->image = page().release();
+  region->count = 3;
+  region->points = rleAllocPoints(3);
+  region->points[1] = {9, 0};
+  region->points[2] = {5, 4};
+  return region;
+}
+
+struct Format {
+  const char* name;
+  std::function<int32_t(RleStream*)> write;
+  std::function<RleRect*(RleStream*)> read;
+};
+
+RleRect* imageOf(RlePoly* loaded) {
+  const OwnedPoly region(loaded);
+  return region ? rleDupRect(region->image) : nullptr;
+}
+
+int32_t writeInPieces(RleStream* stream, int32_t format) {
+  const OwnedRect rect = page();
+  uint8_t bits[8] = {};
+  rleUnPackRect(rect.get(), 0, 9, 0, 3, bits, 16, 4, 32768, 32768, 0, 0);
+  RleMemoryWriter* const writer = rleInitWriteRasterFromMemory(stream, format);
+  const std::string part = testing::TempDir() + "streams_test.part";
+  const bool written = writer->initialize(writer, 10, 4, 200, 1, 4, 0, 0, part.c_str()) == 1 &&
+                       writer->write(writer, bits, 6) == 1 &&
+                       writer->write(writer, bits + 6, 2) == 1 && writer->flush(writer, 0, 4) == 1;
+  writer->end(writer);
+  return written;
+}
+
+std::vector<Format> formats() {
+  const auto raster = [](int32_t format, int32_t compression) {
+    return [=](RleStream* s) {
+      return rleUnloadRectToRasterSelectCompress(s, page().get(), format, compression);
+    };
+  };
+  const auto converted = [](RleStream* s) -> RleRect* {
+    ByteStream out;
+    if (rleConvFromRasterToRaster(s, &out, GFX_PNM, 2, 1, 0) != 1) return nullptr;
+    out.position = 0;
+    const OwnedRect turned(rleLoadRectFromRaster(&out));
+    return rleQRotateRect(turned.get(), 2);
+  };
+  return {
+      {"native", [](RleStream* s) { return rleUnload(s, page().get()); }, rleLoad},
+      {"native region", [](RleStream* s) { return rleUnloadPoly(s, region().get()); },
+       [](RleStream* s) { return imageOf(rleLoadPoly(s)); }},
+      {"Group 4 region", [](RleStream* s) { return rleUnloadPolyToG4(s, region().get()); },
+       [](RleStream* s) { return imageOf(rleLoadPolyFromG4(s)); }},
+      {"Group 4", [](RleStream* s) { return rleUnloadRectToG4(s, page().get()); },
+       [](RleStream* s) { return rleLoadRectFromG4(s, 10, 4, 200); }},
+      {"Group 4, own", [](RleStream* s) { return rleUnloadRectFromCCITTG4(s, page().get()); },
+       [](RleStream* s) { return rleLoadRectFromCCITTG4(s, 10, 4, 200, 1); }},
+      {"TIFF, own", raster(GFX_TIFF, -1), rleLoadRectFromRaster},
+      {"TIFF", raster(GFX_TIFF, GFX_LZW), rleLoadRectFromRaster},
+      {"TIFF, Group 3", raster(GFX_TIFF, GFX_GROUP3), converted},
+      {"BMP", raster(GFX_BMP, -1), rleLoadRectFromRaster},
+      {"PNG", raster(GFX_PNG, -1), rleLoadRectFromRaster},
+      {"PNM", raster(GFX_PNM, -1), converted},
+      {"TIFF from memory", [](RleStream* s) { return writeInPieces(s, GFX_TIFF); },
+       rleLoadRectFromRaster},
+      {"PNG from memory", [](RleStream* s) { return writeInPieces(s, GFX_PNG); },
+       rleLoadRectFromRaster},
+  };
+}
+
+TEST(StreamFaults, GiveThePageOrNothing) {
+  const auto wanted = picture(page().get());
+  for (const Format& format : formats()) {
+    SCOPED_TRACE(format.name);
+    ByteStream whole;
+    ASSERT_EQ(format.write(&whole), 1);
+    for (int64_t number = 0; number < whole.operations; ++number) {
+      ByteStream stream;
+      stream.failAt = number;
+      const bool told = format.write(&stream) != 1 || stream.failed;
+      EXPECT_TRUE(told || stream.bytes == whole.bytes) << number;
+    }
+    bool failed = true;
+    for (int64_t number = 0; failed; ++number) {
+      ByteStream stream(whole.bytes);
+      stream.failAt = number;
+      const OwnedRect read(format.read(&stream));
+      failed = stream.operations > number;
+      EXPECT_TRUE(read || failed);
+      EXPECT_TRUE(!read || picture(read.get()) == wanted) << number;
+    }
+    for (size_t size = 0; size < whole.bytes.size(); ++size) {
+      ByteStream stream(Bytes(whole.bytes.begin(), whole.bytes.begin() + ptrdiff_t(size)));
+      const OwnedRect read(format.read(&stream));
+      EXPECT_TRUE(!read || picture(read.get()) == wanted) << "cut to " << size;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace rle::test
