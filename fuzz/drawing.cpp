@@ -137,11 +137,10 @@ void expectFatLine(Input& input) {
   const Paint paint(input);
   std::vector<RlePoint> points = pointsFrom(input, 8);
   if (input.byte() % 4 == 0 && !points.empty()) points.push_back(points.front());
-  int width = input.byte() < 250 ? input.range(0, 40) : input.anyInt(100);
+  const int width = input.byte() < 250 ? input.range(0, 40) : input.anyInt(100);
   const int cap = input.range(0, 4), join = input.range(-1, 3);
   std::vector<uint8_t> dashes(input.flag() ? size_t(input.range(0, 6)) : 0);
   for (uint8_t& dash : dashes) dash = input.byte();
-  if (!dashes.empty()) width = std::min(width, 65536);  // every dash that can be seen takes memory
   const int offset = input.anyInt(300);
   const Pixels before = pixelsFrom(input, 60, 30);
   drawn(before, [&](RleRect* rect) {
