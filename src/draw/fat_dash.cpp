@@ -25,6 +25,14 @@ struct Steps {
   int64_t end;
 };
 
+// The steps of a segment between two places on its line, and a few more.
+Steps stepsBetween(double first, double last, int64_t major) {
+  const auto clamped = [&](double step) {
+    return int64_t(std::clamp(step, 0.0, double(major) + 1));
+  };
+  return {clamped(std::floor(first) - 1), clamped(std::ceil(last) + 2)};
+}
+
 // The steps at which start + delta * i / major lies within [low, high], and perhaps a few more.
 Steps stepsWithin(int64_t start, int64_t delta, int64_t major, double low, double high) {
   if (delta == 0) {
@@ -35,10 +43,27 @@ Steps stepsWithin(int64_t start, int64_t delta, int64_t major, double low, doubl
   double first = (low - double(start)) * scale;
   double last = (high - double(start)) * scale;
   if (first > last) std::swap(first, last);
-  const auto clamped = [&](double step) {
-    return int64_t(std::clamp(step, 0.0, double(major) + 1));
-  };
-  return {clamped(std::floor(first) - 1), clamped(std::ceil(last) + 2)};
+  return stepsBetween(first, last, major);
+}
+
+// The steps of a segment that lie beside the image. Dashes end square to the line, however wide it
+// is, so that no others can be seen.
+Steps stepsBeside(const RleLineStyle& style, const DashSegment& segment) {
+  // A pixel is up to one off the ideal line, and far out coordinates are rounded: that turns a dash
+  // by up to 2^-21, which shows at the ends of its sides.
+  const double margin = 3 + std::ldexp(style.width, -20);
+  const double dx = double(segment.dx);
+  const double dy = double(segment.dy);
+  const double scale = double(segment.major) / (dx * dx + dy * dy);
+  double first = HUGE_VAL;
+  double last = -HUGE_VAL;
+  for (const double x : {-margin, style.image->width + margin})
+    for (const double y : {-margin, style.image->height + margin}) {
+      const double step = ((x - segment.start.x) * dx + (y - segment.start.y) * dy) * scale;
+      first = std::min(first, step);
+      last = std::max(last, step);
+    }
+  return stepsBetween(first, last, segment.major);
 }
 
 // The steps of a segment from which a line can be seen in the image.
@@ -48,7 +73,8 @@ Steps stepsInReach(const RleLineStyle& style, const DashSegment& segment) {
       stepsWithin(segment.start.x, segment.dx, segment.major, -reach, style.image->width + reach);
   const Steps y =
       stepsWithin(segment.start.y, segment.dy, segment.major, -reach, style.image->height + reach);
-  return {std::max(x.begin, y.begin), std::min(x.end, y.end)};
+  const Steps beside = stepsBeside(style, segment);
+  return {std::max({x.begin, y.begin, beside.begin}), std::min({x.end, y.end, beside.end})};
 }
 
 class DashWalk {

@@ -105,6 +105,33 @@ TEST(DecodingGroup4, WalksAllPairsOfBytesAsTheTreesDo) {
   }
 }
 
+TEST(DecodingGroup4, OfEveryPairOfBytesInBothOrdersIsTheSameValidImageOrNone) {
+  const auto decode = [](const std::vector<uint8_t>& bytes, int width, int lsbFirst) {
+    ByteStream stream(bytes);
+    return OwnedRect(rleLoadRectFromCCITTG4(&stream, width, 2, 200, lsbFirst));
+  };
+  std::vector<uint8_t> bytes = bytesOf("00000000 00000000" + std::string(kEofb), false);
+  std::vector<uint8_t> mirrored = bytesOf("00000000 00000000" + std::string(kEofb), true);
+  int wrong = 0;
+  for (uint32_t pair = 0; pair < 0x10000; ++pair) {
+    for (const size_t i : {0U, 1U}) {
+      bytes[i] = mirrored[i] = 0;
+      for (uint32_t bit = 0; bit < 8; ++bit) {
+        bytes[i] |= uint8_t((pair >> (8 * i + bit) & 1) << bit);
+        mirrored[i] |= uint8_t((pair >> (8 * i + bit) & 1) << (7 - bit));
+      }
+    }
+    for (int width = 1; width <= 17; ++width) {
+      const OwnedRect one = decode(bytes, width, 0), other = decode(mirrored, width, 1);
+      wrong += !one != !other;
+      if (!one || !other) continue;
+      wrong += rleCheckRect(one.get()) != 1 || rleCheckRect(other.get()) != 1;
+      for (int y = 0; y < 2; ++y) wrong += runsOf(one->rows[y]) != runsOf(other->rows[y]);
+    }
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
 // Random codes that mostly make sense: long rows of few kinds, and some of everything.
 std::string randomCodes(std::mt19937& random) {
   std::istringstream words(

@@ -60,6 +60,39 @@ TEST(Regions, APolygonRegionReplacesOnlyWhatItsMaskCovers) {
   EXPECT_EQ(pasted(0), "#..###");
 }
 
+// An image whose row y has the pixels row(y), bit by bit.
+template <class RowPixels>
+OwnedRect imageOf256Rows(RowPixels row) {
+  Pixels pixels(8, 256);
+  for (int i = 0; i < 8 * 256; ++i)
+    pixels.put(i % 8, i / 8, (row(uint32_t(i / 8)) >> i % 8 & 1) != 0);
+  return pixels.toRect();
+}
+
+TEST(Regions, EveryRowOfEightColumnsOverEveryOther) {
+  const OwnedRect source = imageOf256Rows([](uint32_t y) { return y; });
+  for (uint32_t to = 0; to < 256; ++to) {
+    const OwnedRect before = imageOf256Rows([&](uint32_t) { return to; });
+    const auto expect = [&](auto operation, auto row) {
+      const OwnedRect after(rleDupRect(before.get()));
+      operation(after.get());
+      ASSERT_EQ(picture(after.get()), picture(imageOf256Rows(row).get())) << to;
+      ASSERT_EQ(rleCheckRect(after.get()), 1) << to;
+    };
+    const auto merge = [&](int mode) {
+      return [&, mode](RleRect* rect) { rleMergeRect(rect, 0, 0, source.get(), mode); };
+    };
+    const auto mask = [&](int mode) {
+      return [&, mode](RleRect* rect) { rleMaskRect(rect, source.get(), mode); };
+    };
+    expect(merge(0), [](uint32_t y) { return y; });
+    expect(merge(1), [&](uint32_t y) { return to | y; });
+    expect(merge(2), [&](uint32_t y) { return to & ~y; });
+    expect(mask(0), [&](uint32_t y) { return to & y; });
+    expect(mask(1), [&](uint32_t y) { return to | ~y; });
+  }
+}
+
 // A long series of operations on one image, with the same done to pixels.
 TEST(Regions, ManyOperationsEqualPixelArithmetic) {
   std::mt19937 random(4711);

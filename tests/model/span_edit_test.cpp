@@ -36,6 +36,20 @@ TEST(SpanEdits, SetJoinsWhatItTouchesAndClearSplits) {
   }
 }
 
+TEST(SpanEdits, EverySpanOnEveryRowOfEightColumns) {
+  for (uint32_t pixels = 0; pixels < 256; ++pixels)
+    for (int x1 = 0; x1 < 8; ++x1)
+      for (int x2 = x1; x2 < 8; ++x2) {
+        const uint32_t span = (2U << x2) - (1U << x1);
+        const Row set(pixels, 8), cleared(pixels, 8);
+        rleSetLine(set, x1, x2);
+        rleClearLine(cleared, x1, x2);
+        ASSERT_EQ(picture(set, 8), picture(pixels | span, 8)) << x1 << ".." << x2;
+        ASSERT_EQ(picture(cleared, 8), picture(pixels & ~span, 8)) << x1 << ".." << x2;
+        ASSERT_EQ(rleCheckLine(set, 8) + rleCheckLine(cleared, 8), 2);
+      }
+}
+
 TEST(SpanEdits, ABandOfRowsChangesThoseRowsOnly) {
   const OwnedRect rect = image({"......", "......", "......", "......", "......"});
   rleSetRect(rect.get(), 2, 0x10001, 4, 3);
