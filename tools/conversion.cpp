@@ -45,19 +45,22 @@ std::optional<Reshaping> reshaping(const std::vector<Step>& steps) {
   return all;
 }
 
-bool keepsColours(const Conversion& conversion) {
-  return conversion.format >= 0 && conversion.format != GFX_PDF &&
-         conversion.compression == kAnyCompression && reshaping(conversion.steps).has_value();
+bool keepsColours(const Conversion& conversion, const std::string& out) {
+  return !isBilevelFile(conversion.format, out) && conversion.compression == kAnyCompression &&
+         reshaping(conversion.steps).has_value();
 }
 
-void convertColours(const Conversion& conversion, InputFile& in, const std::string& out) {
+void convertColours(const Conversion& conversion, const std::string& in, InputFile& file,
+                    const std::string& out) {
   const Reshaping shape = *reshaping(conversion.steps);
   writeNewFile(out, [&](RleStream& stream) -> std::string {
-    if (rleConvFromRasterToRaster(&in.stream(), &stream, conversion.format, shape.turns,
+    if (rleConvFromRasterToRaster(&file.stream(), &stream, conversion.format, shape.turns,
                                   shape.factor, shape.method) == 1)
       return "";
-    const std::string reason = gfxLastError();
-    return reason.empty() ? "cannot be written" : reason;
+    std::string reason = gfxLastError();
+    if (reason.empty()) reason = "cannot be converted";
+    if (stream.ops->hasError(&stream) == 0) throw Failure(in, reason);
+    return reason;
   });
 }
 
@@ -80,10 +83,10 @@ std::string convertFile(const Conversion& conversion, const std::string& in,
     return "";
   }
   InputFile file(in);
-  if (file.facts().bilevel || !keepsColours(conversion))
+  if (file.facts().bilevel || !keepsColours(conversion, out))
     convertRuns(conversion, in, file.readPage(), out);
   else
-    convertColours(conversion, file, out);
+    convertColours(conversion, in, file, out);
   if (file.facts().pages <= 1) return "";
   return in + ": has " + std::to_string(file.facts().pages) +
          " pages, of which the first is converted";

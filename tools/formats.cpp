@@ -45,6 +45,12 @@ constexpr Compression kCompressions[] = {
     {"jpeg", GFX_TIFF_JPEG, "JPEG"},
 };
 
+std::string lowerExtension(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  for (char& letter : extension) letter = char(std::tolower(static_cast<unsigned char>(letter)));
+  return extension;
+}
+
 template <class Item>
 std::string namesOf(std::span<const Item> items) {
   std::string names;
@@ -64,13 +70,17 @@ const Item& called(std::span<const Item> items, const std::string& name, const c
 }  // namespace
 
 int32_t formatByName(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
-  for (char& letter : extension) letter = char(std::tolower(static_cast<unsigned char>(letter)));
+  const std::string extension = lowerExtension(path);
   if (extension.empty()) return GFX_TIFF;
   for (const Format& format : kFormats)
     if (std::ranges::count(format.extensions, extension) != 0) return format.code;
   throw Failure(path,
                 "no format is named " + extension + "; --format names one of " + formatNames());
+}
+
+bool isBilevelFile(int32_t format, const std::string& path) {
+  return format == kNativeFormat || format == kGroup4Format || format == GFX_PDF ||
+         (format == GFX_PNM && lowerExtension(path) == ".pbm");
 }
 
 int32_t formatCalled(const std::string& name) {
@@ -90,8 +100,7 @@ std::string formatNames() { return namesOf(std::span<const Format>(kFormats)); }
 std::string compressionNames() { return namesOf(std::span<const Compression>(kCompressions)); }
 
 std::string formatInWords(uint32_t format) {
-  const auto found = std::ranges::find(kFormats, int32_t(format), &Format::code);
-  std::string name = found->name;
+  std::string name = std::ranges::find(kFormats, int32_t(format), &Format::code)->name;
   std::ranges::transform(name, name.begin(),
                          [](unsigned char letter) { return char(std::toupper(letter)); });
   return name;

@@ -18,6 +18,9 @@ inline constexpr int32_t kAnyCompression = -1;
 // format; a name that ends in nothing asks for TIFF.
 int32_t formatByName(const std::string& path);
 
+// Whether a file of this format and name holds black and white only.
+bool isBilevelFile(int32_t format, const std::string& path);
+
 // The format with this name, "tiff" or "png" and so on. Throws UsageError.
 int32_t formatCalled(const std::string& name);
 

@@ -30,7 +30,11 @@ bool Writer::row(uint8_t* row) {
 
 bool Writer::finish(bool complete) {
   if (!complete) return false;
-  if (rowsLeft() > 0) return setLastError("%u rows are missing", rowsLeft());
+  if (rowsLeft() > 0) {
+    // Where reading them failed, that is what is to be told.
+    if (*gfxLastError() == '\0') setLastError("%u rows are missing", rowsLeft());
+    return false;
+  }
   return writeTail();
 }
 

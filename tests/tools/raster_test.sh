@@ -20,7 +20,8 @@ same pdf.pbm PDF
 "$RLE" convert "$page" out.jpg && jpegtopnm out.jpg 2>/dev/null | pamthreshold -simple | pamtopnm >jpg.pbm
 same jpg.pbm JPEG
 "$RLE" convert "$page" out.g4 && fax2tiff -4 -X 2479 -M out.g4 -o g4.tif 2>/dev/null
-tifftopnm g4.tif >g4.pbm 2>/dev/null && same g4.pbm "Group 4 data"
+tifftopnm g4.tif 2>/dev/null | pamcut -height 3508 >g4.pbm # fax2tiff takes EOFB for a row
+same g4.pbm "Group 4 data"
 for compression in none group3 group4 packbits lzw deflate; do
   "$RLE" convert "$page" out.tif --compression $compression
   tifftopnm out.tif 2>/dev/null | cmp -s - page.pbm || fail "TIFF, $compression: the pixels changed"

@@ -34,10 +34,11 @@ refuses_file "is a directory" in
 refuses_file "is not a regular file" /dev/null
 refuses_file "the file is empty" in/empty.tif
 refuses_file "not a raster file of a known format" in/text.tif
-refuses_file "" in/bits.tif
-# Sizes and places that the file does not have, and a directory that leads back to itself.
+refuses 1 "in/bits.tif: " convert in/bits.tif out/out.tif
+# Sizes and places that the file does not have.
 cp small.tif in/high.tif && tiffset -s 257 65536 in/high.tif
-cp small.tif in/away.tif && tiffset -s 273 99999999 in/away.tif
+plain_tiff in/away.tif "..##" "####" # its StripOffsets stand at 78
+le32 99999999 | dd of=in/away.tif bs=1 seek=78 conv=notrunc status=none
 cp small.tif in/wide.tif && tiffset -s 256 4000000000 in/wide.tif
 refuses_file "" in/high.tif
 refuses_file "" in/away.tif
