@@ -39,19 +39,10 @@ uint16_t compressionFor(uint32_t code, bool isBilevel) {
   }
 }
 
-uint16_t photometricFor(int32_t colourType) {
-  switch (colourType) {
-    case GFX_RGB:
-    case GFX_RGB_ALPHA:
-      return PHOTOMETRIC_RGB;
-    case GFX_CMYK:
-      return PHOTOMETRIC_SEPARATED;
-    case GFX_BILEVEL_1_BLACK:
-    case GFX_ALPHA_BILEVEL_1_BLACK:
-      return PHOTOMETRIC_MINISWHITE;
-    default:
-      return PHOTOMETRIC_MINISBLACK;
-  }
+uint16_t photometricFor(uint32_t format) {
+  if (isBilevel(format) && isBlackOne(format)) return PHOTOMETRIC_MINISWHITE;
+  if (colourType(format) == GFX_CMYK) return PHOTOMETRIC_SEPARATED;
+  return opaqueFormat(format) == kRgb ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
 }
 
 class TiffWriter final : public Writer {
@@ -122,9 +113,8 @@ bool TiffWriter::setFields(const GfxImageDesc& description, uint16_t compression
 bool TiffWriter::setColours(uint32_t format, uint16_t compression) {
   TIFF* const tiff = client_.tiff();
   const int bits = isBilevel(format) ? 1 : 8;
-  const int type = colourType(format);
-  const bool isYCbCr = type == GFX_RGB && compression == COMPRESSION_JPEG;
-  const uint16_t photometric = isYCbCr ? uint16_t{PHOTOMETRIC_YCBCR} : photometricFor(type);
+  const bool isYCbCr = format == kRgb && compression == COMPRESSION_JPEG;
+  const uint16_t photometric = isYCbCr ? uint16_t{PHOTOMETRIC_YCBCR} : photometricFor(format);
   const uint16_t alpha[] = {EXTRASAMPLE_UNASSALPHA};
   return TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits) &&
          TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, bitsPerPixel(format) / bits) &&
