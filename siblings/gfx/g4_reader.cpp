@@ -1,12 +1,11 @@
 // A reader of bare T.6 data. Black runs become 1 bits, whatever the colour type says of them: see
 // g4_writer.cpp.
 
-#include <algorithm>
 #include <new>
 
 #include "g4/row_decoder.h"
+#include "group4_rows.h"
 #include "instance.h"
-#include "model/bit_words.h"
 #include "packed_row_encoder.h"
 #include "pixel_rows.h"
 
@@ -42,11 +41,7 @@ class G4Reader final : public Instance {
         return setLastError("the Group 4 data is damaged or cut off in row %u", read_);
     }
     ++read_;
-    std::fill_n(row, rowBytes(description_.format, description_.width), uint8_t{0});
-    const uint16_t* const elements = decoder_.elements();
-    rle::BitSpans black(row);
-    for (uint32_t i = 0; i < decoder_.elementCount(); i += 2)
-      black.set(elements[i], elements[i + 1]);
+    packRow(decoder_, row, rowBytes(description_.format, description_.width));
     return true;
   }
 

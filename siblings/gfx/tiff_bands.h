@@ -49,6 +49,7 @@ class TiffBands {
  private:
   bool decode(uint32_t first, uint32_t rows);
   bool decodeStrip(uint32_t first, uint32_t rows, uint16_t plane, uint8_t* band);
+  bool decodeGroup4Strip(uint32_t strip, uint32_t rows, uint8_t* band);
   bool decodeTiles(uint32_t first, uint32_t rows, uint16_t plane, uint8_t* band);
   bool convert(uint32_t first, uint32_t rows);
   bool isSafeChunk(uint32_t chunk, uint32_t rows);
