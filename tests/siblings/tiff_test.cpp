@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 #include <tiffio.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -35,11 +37,13 @@ constexpr uint32_t kWidth = 45, kHeight = 37;  // of the test pictures
 
 size_t rowBytes(uint32_t format) { return (kWidth * (format >> 16) + 7) / 8; }
 
-std::string temporaryFile() { return testing::TempDir() + "gfx_tiff_test.tif"; }
+// A name of this process's own: tests run side by side.
+const struct TemporaryFile {
+  std::string name = testing::TempDir() + "gfx_tiff_test." + std::to_string(getpid());
+  ~TemporaryFile() { std::remove(name.c_str()); }
+} temporary;
 
-Tiff openTemporary(const char* mode) {
-  return {TIFFOpen(temporaryFile().c_str(), mode), TIFFClose};
-}
+Tiff openTemporary(const char* mode) { return {TIFFOpen(temporary.name.c_str(), mode), TIFFClose}; }
 
 struct Page {
   GfxImageInfo info{};
@@ -134,7 +138,7 @@ void addPage(TIFF* tiff, const Shape& shape) {
 }
 
 Bytes temporaryBytes() {
-  std::ifstream file(temporaryFile(), std::ios::binary);
+  std::ifstream file(temporary.name, std::ios::binary);
   return Bytes(std::istreambuf_iterator<char>(file), {});
 }
 
@@ -199,7 +203,7 @@ TEST(TiffFiles, AreWrittenAsLibtiffReadsThem) {
         continue;
       }
       EXPECT_EQ(stream.position, stream.bytes.size());
-      std::ofstream(temporaryFile(), std::ios::binary)
+      std::ofstream(temporary.name, std::ios::binary)
           .write(reinterpret_cast<char*>(&stream.bytes[3]), int64_t(stream.bytes.size()) - 3);
       uint16_t codec = 0;
       TIFFGetField(openTemporary("r").get(), TIFFTAG_COMPRESSION, &codec);
