@@ -13,3 +13,15 @@ cmp example.tif program.tif
 status=0
 "$EDIT_PAGE" "$root/README.md" never.tif 2>stderr || status=$?
 [[ $status == 1 && ! -e never.tif ]] || fail "a text was taken for a page: $(cat stderr)"
+
+# The one in C++ turns as the program does.
+[[ $("${STRAIGHTEN:?path of the example}" "$page" turned.png 3) == "2660 x 3633 pixels" ]] ||
+  fail "$("$STRAIGHTEN" "$page" turned.png 3)"
+"$RLE" convert "$page" program.png --rotate 3
+cmp turned.png program.png
+
+# Every option that the help shows stands in the manual page.
+"$RLE" convert --help | grep -oE '^  +(-[a-z]|--[a-z0-9-]+)' | tr -d ' ' | grep -v -- '^-h' |
+  while read -r option; do
+    grep -qF -- "${option//-/\\-}" "$root/docs/rle.1" || fail "docs/rle.1 lacks $option"
+  done
