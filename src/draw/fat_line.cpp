@@ -34,8 +34,7 @@ void drawSolid(const RleLineStyle& style, std::span<const RlePoint> points) {
   if (!vertices) return;
   size_t count = 0;
   forEachVertex(points, [&](RlePoint vertex) {
-    int32_t width = 1;
-    style.paint->add(1, &vertex, &width);
+    style.paint->addPixel(vertex);
     vertices[count++] = exact(vertex);
   });
   fatStroke(style, true, {vertices.get(), count});

@@ -35,8 +35,7 @@ inline bool differ(const RleDPoint& p, const RleDPoint& q) {
 
 // Fills one convex piece of a line.
 inline void fillPiece(const RleLineStyle& style, std::span<const RleDPoint> corners) {
-  const SppSpans spans = sppSpans(*style.image, corners, 0, 0);
-  style.paint->add(spans.count, spans.points, spans.widths);
+  style.paint->add(sppSpans(*style.image, corners, 0, 0));
 }
 
 }  // namespace rle

@@ -13,10 +13,10 @@ inline int32_t truncated(double value) {
   return int32_t(std::min(std::max(double{INT32_MIN}, value), double{INT32_MAX}));
 }
 
-// The ceiling. 64 bits, so that an offset can be added.
+// The ceiling of a number of at most 2^53.
 inline int64_t roundedUp(double value) {
-  const int32_t whole = truncated(value);
-  return int64_t{whole} + (value - whole > 0.0);
+  const auto whole = int64_t(value);
+  return whole + (value > double(whole));
 }
 
 // To the nearest integer, halves away from zero.

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+#include "draw/subpixel.h"
 #include "model/heap_array.h"
 #include "model/paint.h"
 #include "rle.h"
@@ -25,8 +26,11 @@ class SpanBatch {
   // Paints in another colour from now on.
   void setColour(int32_t colour);
 
-  // Adds n spans as rleFillSpans takes them.
-  void add(int32_t n, RlePoint* points, int32_t* widths);
+  // Adds spans, which lie inside the image.
+  void add(const SppSpans& piece);
+
+  // Adds one pixel, if it lies inside the image.
+  void addPixel(RlePoint at);
 
  private:
   struct Span {

@@ -175,15 +175,20 @@ SppSpans sppSpans(const RleRect& image, std::span<const RleDPoint> polygon, int3
   const double imageTop = -double(yOffset);
   const Rows seen = {std::max(first, imageTop), std::min(last + 1, imageTop + image.height)};
   if (seen.first >= seen.end) return {};
-  const int64_t width = image.width;
+  // Columns 0 to the image's width, as the walk sees them.
+  const double left = -double(xOffset);
+  const double right = left + image.width;
+  const auto column = [&](double x) {
+    return int32_t(roundedUp(std::min(std::max(left, x), right)) + xOffset);
+  };
   auto row = int32_t(seen.first + yOffset);
   int32_t spans = 0;
   SppWalk walk(vertices, count, top, held.visits.items.get());
   walk.run(last, seen, [&](double x1, double x2) {
-    const int64_t start = std::clamp<int64_t>(roundedUp(std::min(x1, x2)) + xOffset, 0, width);
-    const int64_t end = std::clamp<int64_t>(roundedUp(std::max(x1, x2)) + xOffset, 0, width);
-    held.points.items[uint32_t(spans)] = {int32_t(start), row++};
-    held.widths.items[uint32_t(spans)] = int32_t(end - start);
+    const int32_t start = column(std::min(x1, x2));
+    const int32_t end = column(std::max(x1, x2));
+    held.points.items[uint32_t(spans)] = {start, row++};
+    held.widths.items[uint32_t(spans)] = end - start;
     spans += start < end;
   });
   return {spans, held.points.items.get(), held.widths.items.get()};

@@ -6,6 +6,7 @@
 
 #include <random>
 
+#include "draw/row_spans.h"
 #include "model/row_merge.h"
 #include "reference/literal_row.h"
 #include "support/picture.h"
@@ -67,6 +68,26 @@ TEST_F(RowEdits, AnySeriesOfEditsLeavesWhatItsDefinitionSays) {
     }
     batch.finish();
     ASSERT_TRUE(expected.matches(row) && expected.matches(one)) << "round " << round;
+  }
+}
+
+// Spans that meet runs and each other in all ways, more than are painted at once, on any row.
+TEST_F(RowEdits, SpansInAnyOrderLeaveWhatSingleEditsLeave) {
+  RunScratch scratch;
+  for (int round = 0; round < 10000; ++round) {
+    randomTuning();
+    const bool black = random(0, 1) == 1, isDamaged = round % 100 == 1;
+    const Row row = randomRow(!isDamaged, round % 50 == 0 ? 900 : 30);
+    const int reach = isDamaged ? 65000 : 11 * row->count + 50;
+    LiteralRow expected(row);
+    std::vector<RleRun> spans(size_t(random(1, random(0, 9) == 0 ? 150 : 9)));
+    for (RleRun& span : spans) {
+      const int start = random(0, reach), end = start + random(1, random(0, 3) == 0 ? 60 : 9);
+      span = {uint16_t(start), uint16_t(end)};
+      expected.edit(black, start, end);
+    }
+    editSpans(*row, spans, !black, scratch);
+    ASSERT_TRUE(isDamaged || expected.matches(row)) << "round " << round;
   }
 }
 
