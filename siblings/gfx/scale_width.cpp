@@ -11,7 +11,6 @@
 // [floor(start * to / from), ceil(end * to / from)). So bilevel rows are scaled by their run ends.
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "model/bit_words.h"
@@ -21,27 +20,6 @@
 
 namespace gfx {
 namespace {
-
-// Calls run(start, end) for each run of 1 bits in a row whose bits beyond `width`, up to a whole
-// word, are 0.
-template <class Run>
-void forEachRun(const uint8_t* row, uint32_t width, Run run) {
-  uint32_t start = 0;
-  bool inRun = false;
-  for (uint32_t x = 0; x < width; x += rle::kWordPixels) {
-    const uint64_t word = rle::loadPixels(row + x / 8, rle::kWordBytes);
-    // A bit that differs from the one before it is where a run starts or ends, by turns.
-    uint64_t changes = word ^ (word >> 1 | uint64_t{inRun} << 63);
-    while (changes != 0) {
-      const auto bit = uint32_t(std::countl_zero(changes));
-      changes &= ~(uint64_t{1} << 63 >> bit);
-      if (inRun) run(start, x + bit);
-      start = x + bit;
-      inRun = !inRun;
-    }
-  }
-  if (inRun) run(start, width);
-}
 
 // Where the columns of a source lie in the new row, as a number with fraction bits.
 //
@@ -92,7 +70,7 @@ class WidthScaler final : public Wrapper {
     if (isBilevel(format_) ? !ColumnPlaces::canPlace(from_)
                            : method_ == ScaleMethod::Min && !canAverage(from_, to_))
       return false;
-    sourceRow_ = rle::zeroedArray<uint8_t>(rowBytes(format_, from_) + rle::kWordBytes);
+    sourceRow_ = rle::newArray<uint8_t>(rowBytes(format_, from_));
     if (isBilevel(format_))
       places_ = ColumnPlaces(from_, to_);
     else
@@ -124,22 +102,29 @@ class WidthScaler final : public Wrapper {
     const size_t bytes = rowBytes(format_, to_);
     const bool invert = !isBlackOne(format_);
     if (invert) invertBits(sourceRow_.get(), rowBytes(format_, from_));
-    clearPadding(sourceRow_.get(), from_);
     std::memset(row, 0, bytes);
-    blacken(row);
+    scaleRuns(row);
     if (invert) invertBits(row, bytes);
     clearPadding(row, to_);
   }
 
-  // Sets the bits of a row of zeros that lie on 1 bits of the source.
-  void blacken(uint8_t* row) const {
-    rle::BitSpans black(row);
+  // Sets the bits of `row` that runs of 1 bits are scaled to. Runs are found in a slice of the row
+  // at a time; the parts of one that is cut meet again.
+  void scaleRuns(uint8_t* row) const {
+    constexpr uint32_t kSlice = 64 * 64;
+    uint16_t ends[kSlice + 1];
     const bool roundUp = method_ == ScaleMethod::Min;
-    forEachRun(sourceRow_.get(), from_, [&](uint32_t left, uint32_t right) {
-      const uint32_t first = places_.roundedDown(left);
-      const uint32_t stop = roundUp ? places_.roundedUp(right) : places_.roundedDown(right);
-      if (first < stop) black.set(first, stop);
-    });
+    rle::BitSpans spans(row);
+    for (uint32_t x = 0; x < from_; x += kSlice) {
+      const uint32_t count =
+          rle::findChanges(sourceRow_.get(), x, std::min(x + kSlice, from_), x, ends);
+      for (uint32_t i = 0; i < count; i += 2) {
+        const uint32_t right = x + ends[i + 1];
+        const uint32_t first = places_.roundedDown(x + ends[i]);
+        const uint32_t stop = roundUp ? places_.roundedUp(right) : places_.roundedDown(right);
+        if (first < stop) spans.set(first, stop);
+      }
+    }
   }
 
   template <class Pixels>
@@ -165,7 +150,7 @@ class WidthScaler final : public Wrapper {
   const uint32_t to_;
   uint32_t from_ = 0;
   uint32_t format_ = 0;
-  rle::HeapArray<uint8_t> sourceRow_;  // with a word to spare; null where the width stays
+  rle::HeapArray<uint8_t> sourceRow_;  // null where the width stays
   ColumnPlaces places_;                // of bilevel pixels
   rle::HeapArray<Columns> columns_;    // under each new column; null for bilevel
 };
