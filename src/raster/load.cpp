@@ -11,6 +11,7 @@
 #include "model/owners.h"
 #include "raster/siblings.h"
 #include "rle.h"
+#include "stream/region.h"
 
 namespace rle::raster {
 namespace {
@@ -69,16 +70,6 @@ OwnedRect loadThroughPipeline(RleStream* stream) {
   return loadRows(std::move(reader), resolution, Rows::Cleared);
 }
 
-// The region's polygon filled black, in the size and resolution of its image.
-OwnedRect filledMask(const RlePoly& region) {
-  const RleRect& image = *region.image;
-  OwnedRect mask(rleNewRect(image.width, image.height, image.resolution));
-  if (mask)
-    rleFillPolygon(mask.get(), int32_t(region.count), region.points, region.fillRule, 1, nullptr,
-                   1);
-  return mask;
-}
-
 }  // namespace
 }  // namespace rle::raster
 
@@ -134,7 +125,7 @@ RlePoly* rleLoadPolyFromG4(RleStream* stream) {
   poly->image = rleLoadRectFromG4(stream, facts.width, facts.height, int32_t(facts.resolution));
   if (poly->image == nullptr) return nullptr;
   if (poly->count != 0) {
-    poly->mask = rle::raster::filledMask(*poly).release();
+    poly->mask = rle::filledMask(*poly).release();
     if (poly->mask == nullptr) return nullptr;
   }
   return poly.release();

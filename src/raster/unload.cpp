@@ -9,6 +9,7 @@
 #include "model/owners.h"
 #include "raster/siblings.h"
 #include "rle.h"
+#include "stream/region.h"
 
 namespace rle::raster {
 namespace {
@@ -55,12 +56,8 @@ bool unloadThroughPipeline(RleStream* stream, const RleRect& rect, int32_t forma
 
 // What stands before the image in a polygon region's file.
 bool writeRegion(RleFile* file, const RlePoly& poly) {
-  OwnedFile header(rleAllocHeader());
-  if (!header) return false;
-  header->header.height = poly.image->height;
-  header->header.width = poly.image->width;
-  header->header.resolution = poly.image->resolution;
-  if (rleWriteHeader(file, header.get(), 0) != 1) return false;
+  OwnedFile header = headerFor(*poly.image);
+  if (!header || rleWriteHeader(file, header.get(), 0) != 1) return false;
   header.reset();
   return rleWritePolyLine(file, poly.count, poly.points) == 1 &&
          rleWriteFillRule(file, poly.fillRule) == 1;

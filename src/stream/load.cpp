@@ -2,26 +2,19 @@
 
 #include "model/owners.h"
 #include "rle.h"
+#include "stream/region.h"
 
 namespace rle {
-namespace {
 
-// Writes a region as a file; an image is a region without vertices.
-bool unload(RleStream* stream, RlePoly& region) {
-  if (region.image == nullptr) return false;
-  const OwnedFile file(rleOpen(stream));
-  if (!file) return false;
+OwnedFile headerFor(const RleRect& image) {
   OwnedFile header(rleAllocHeader());
-  if (!header) return false;
-  header->header.height = region.image->height;
-  header->header.width = region.image->width;
-  header->header.resolution = region.image->resolution;
-  if (rleWriteHeader(file.get(), header.get(), 0) == 0) return false;
-  header.reset();
-  return rleWritePoly(file.get(), &region) == 1;
+  if (!header) return nullptr;
+  header->header.height = image.height;
+  header->header.width = image.width;
+  header->header.resolution = image.resolution;
+  return header;
 }
 
-// The region's polygon filled black, in the size and resolution of its image.
 OwnedRect filledMask(const RlePoly& region) {
   const RleRect& image = *region.image;
   OwnedRect mask(rleNewRect(image.width, image.height, image.resolution));
@@ -29,6 +22,19 @@ OwnedRect filledMask(const RlePoly& region) {
     rleFillPolygon(mask.get(), int32_t(region.count), region.points, region.fillRule, 1, nullptr,
                    1);
   return mask;
+}
+
+namespace {
+
+// Writes a region as a file; an image is a region without vertices.
+bool unload(RleStream* stream, RlePoly& region) {
+  if (region.image == nullptr) return false;
+  const OwnedFile file(rleOpen(stream));
+  if (!file) return false;
+  OwnedFile header = headerFor(*region.image);
+  if (!header || rleWriteHeader(file.get(), header.get(), 0) == 0) return false;
+  header.reset();
+  return rleWritePoly(file.get(), &region) == 1;
 }
 
 }  // namespace
