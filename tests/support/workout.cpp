@@ -70,7 +70,7 @@ void edit(RleRect* page, std::mt19937& random, Digest& digest) {
 
 void transform(RleRect* page, Digest& digest) {
   rleMirrorRectY(page);
-  for (const uint32_t turns : {1, 2, 3}) digest.add(OwnedRect(rleQRotateRect(page, turns)));
+  for (const uint32_t turns : {1U, 2U, 3U}) digest.add(OwnedRect(rleQRotateRect(page, turns)));
   for (const double degrees : {3.0, 60.0, 200.0}) {
     double x, y;
     digest.add(OwnedRect(rleRotateRect(page, degrees, &x, &y)));
