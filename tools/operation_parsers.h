@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "operations.h"
@@ -10,8 +11,13 @@
 
 namespace rle {
 
+inline constexpr int32_t kBlack = 1;
+inline constexpr int32_t kWhite = 0;
+inline constexpr int32_t kPaint = 1;  // the paint mode in which a colour is what it says
+
 std::string sizeOf(const RleRect& page);
 bool touches(const RleRect& page, const Rectangle& area);
+Rectangle bounds(std::span<const RlePoint> vertices);
 // Why a shape that touches no pixel of the page is refused.
 std::string misses(const char* shape, const RleRect& page);
 
@@ -25,6 +31,9 @@ Operation blank(const std::string& value);
 Operation fill(const std::string& value);
 Operation polygon(const std::string& value);
 Operation pattern(const std::string& value);
+
+// operations_line.cpp
+Operation line(const std::string& value);
 Operation frame(const std::string& value);
 
 // operations_pieces.cpp

@@ -5,6 +5,8 @@
 
 #include "operations.h"
 
+#include <algorithm>
+
 #include "failure.h"
 #include "operation_parsers.h"
 
@@ -18,6 +20,14 @@ bool touches(const RleRect& page, const Rectangle& area) {
   uint16_t x1, y1, x2, y2;
   return rleIntersectRect(page.width, page.height, area.x1, area.y1, area.x2, area.y2, &x1, &y1,
                           &x2, &y2) != 0;
+}
+
+Rectangle bounds(std::span<const RlePoint> vertices) {
+  Rectangle area{INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN};
+  for (const RlePoint& vertex : vertices)
+    area = {std::min(area.x1, vertex.x), std::min(area.y1, vertex.y), std::max(area.x2, vertex.x),
+            std::max(area.y2, vertex.y)};
+  return area;
 }
 
 std::string misses(const char* shape, const RleRect& page) {
@@ -44,6 +54,13 @@ constexpr OperationOption kOptions[] = {
      "Lay the page in file TILE over a rectangle as a repeating tile, which starts at column 0 of "
      "the page and at the rectangle's first row",
      parse::pattern},
+    {"--line", "\"X,Y X,Y ...[;width=W][;cap=K][;join=J][;colour=C][;dash=ON,OFF,...[;offset=N]]\"",
+     "Draw a line W pixels wide, 1 if not given, which is closed when it ends where it begins: K "
+     "is "
+     "butt, round or square; J is mitre, round or bevel; C is 1, black, or 0, white; if not given "
+     "they are butt, mitre and 1. Dashes and gaps follow each other in steps of a pixel along "
+     "whichever axis a segment is longer on, and N steps of them lie before the line's start",
+     parse::line},
     {"--frame", "N", "Draw a black frame N pixels thick along the edges", parse::frame},
     {"--crop", "X1,Y1,X2,Y2",
      "Keep only a rectangle, which becomes the page; what of it lies outside is white",

@@ -1,7 +1,5 @@
 // The operations that paint areas of the page.
 
-#include <algorithm>
-
 #include "failure.h"
 #include "operation_parsers.h"
 #include "page_file.h"
@@ -9,10 +7,7 @@
 namespace rle {
 namespace {
 
-constexpr int32_t kBlack = 1;
-constexpr int32_t kWhite = 0;
 constexpr int32_t kByPattern = -1;
-constexpr int32_t kPaint = 1;  // the paint mode in which a colour is what it says
 
 Operation paintRectangle(const std::string& value, int32_t colour) {
   const Rectangle area = rectangle(fields(value, 4));
@@ -30,25 +25,15 @@ struct Polygon {
 };
 
 // "rule=..." and "colour=..." behind the vertices.
-void readSetting(const std::string& setting, Polygon& polygon) {
+void readSetting(const std::string& text, Polygon& polygon) {
   constexpr const char* kRules[] = {"evenodd", "nonzero"};
-  const size_t equals = setting.find('=');
-  const std::string name = setting.substr(0, equals);
-  const std::string value = equals == std::string::npos ? "" : setting.substr(equals + 1);
+  const auto [name, value] = setting(text);
   if (name == "rule")
     polygon.rule = choice(value, kRules, "rule");
   else if (name == "colour")
     polygon.colour = number(value, kWhite, kBlack);
   else
-    throw UsageError("'" + setting + "' is neither rule=... nor colour=...");
-}
-
-Rectangle bounds(std::span<const RlePoint> vertices) {
-  Rectangle area{INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN};
-  for (const RlePoint& vertex : vertices)
-    area = {std::min(area.x1, vertex.x), std::min(area.y1, vertex.y), std::max(area.x2, vertex.x),
-            std::max(area.y2, vertex.y)};
-  return area;
+    throw UsageError("'" + text + "' is neither rule=... nor colour=...");
 }
 
 }  // namespace
@@ -83,22 +68,6 @@ Operation pattern(const std::string& value) {
     if (!touches(*page, area)) return misses("rectangle", *page);
     const OwnedRect tile = readPageFile(tileFile).page;
     rleFillRect(page.get(), area.x1, area.y1, area.x2, area.y2, kByPattern, tile.get(), mode);
-    return "";
-  };
-}
-
-// Four bars along the edges; bars that meet in the middle of a small page make it black.
-Operation frame(const std::string& value) {
-  const int32_t thickness = number(value, 1, kMaxSide);
-  return [thickness](OwnedRect& page) -> std::string {
-    const int32_t right = page->width - 1;
-    const int32_t bottom = page->height - 1;
-    const Rectangle bars[] = {{0, 0, right, thickness - 1},
-                              {0, bottom - thickness + 1, right, bottom},
-                              {0, 0, thickness - 1, bottom},
-                              {right - thickness + 1, 0, right, bottom}};
-    for (const Rectangle& bar : bars)
-      rleFillRect(page.get(), bar.x1, bar.y1, bar.x2, bar.y2, kBlack, nullptr, kPaint);
     return "";
   };
 }

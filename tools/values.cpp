@@ -83,6 +83,11 @@ std::vector<std::string> split(const std::string& value, char separator) {
   return parts;
 }
 
+Setting setting(const std::string& text) {
+  const size_t equals = text.find('=');
+  return {text.substr(0, equals), equals == std::string::npos ? "" : text.substr(equals + 1)};
+}
+
 const std::string& fileName(const std::string& field) {
   if (field.empty()) throw UsageError("the file name is missing");
   return field;

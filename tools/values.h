@@ -39,6 +39,12 @@ int32_t choice(const std::string& word, std::span<const char* const> words, cons
 // What is not empty between single `separator`s.
 std::vector<std::string> split(const std::string& value, char separator);
 
+// "NAME=VALUE". Without the sign the value is empty.
+struct Setting {
+  std::string name, value;
+};
+Setting setting(const std::string& text);
+
 const std::string& fileName(const std::string& field);
 
 }  // namespace rle

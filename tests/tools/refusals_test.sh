@@ -77,6 +77,12 @@ refuses_operation 2 "'2' is not a rule" --polygon "1,1 2,2 3,1;rule=2"
 refuses_operation 2 "2 is out of range" --polygon "1,1 2,2 3,1;colour=2"
 refuses_operation 2 "2 values between commas" --polygon "1,1 2 3,1"
 refuses_operation 1 "the polygon misses" --polygon "-9,1 -5,2 -1,1"
+refuses_operation 2 "a line has one vertex or more" --line ""
+refuses_operation 2 "'flat' is not a cap, butt, round and square are" --line "1,1 9,9;cap=flat"
+refuses_operation 2 "0 is out of range, 1 to 255 is allowed" --line "1,1 9,9;dash=6,0"
+refuses_operation 2 "offset=... is one into dash=..." --line "1,1 9,9;offset=3"
+refuses_operation 2 "'thick=3' is none of width=..., cap=..." --line "1,1 9,9;thick=3"
+refuses_operation 1 "the line misses" --line "-50,1 -9,1"
 refuses_operation 2 "'z' is not a mirror axis, x and y are" --mirror z
 refuses_operation 2 "'0.5' is not a whole number" --turn 0.5
 refuses_operation 2 "nan is out of range" --rotate nan
