@@ -1,8 +1,6 @@
 // What a file holds is loaded as it is. Whatever is done to such an image before anybody checks its
 // rows may give a strange picture, but leaves all other memory alone and releases its own.
 
-#include <cmath>
-
 #include "input.h"
 
 using namespace rle::fuzz;

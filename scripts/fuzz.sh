@@ -36,8 +36,8 @@ run() {
   local seconds=$1 target=$2 out=build/fuzz
   mkdir -p "$out/corpus/$target" "$out/finds/$target"
   local status=0
-  # Twenty seconds are far more than any case needs, and so is a block of 256 megabytes.
-  "$out/bin/fuzz_$target" -max_total_time="$seconds" -max_len=4096 -timeout=20 \
+  # A minute is far more than any case needs on a busy machine, and so are 256 megabytes at once.
+  "$out/bin/fuzz_$target" -max_total_time="$seconds" -max_len=4096 -timeout=60 \
     -rss_limit_mb=2048 -malloc_limit_mb=256 -print_final_stats=1 \
     -artifact_prefix="$out/finds/$target/" "$out/corpus/$target" "fuzz/corpus/$target" \
     >"$out/$target.log" 2>&1 || status=$?
