@@ -33,7 +33,8 @@ picture polygon --polygon "210,10 290,260 80,105 340,105 130,260"
 picture polygon-nonzero --polygon "210,10 290,260 80,105 340,105 130,260;rule=nonzero;colour=0"
 picture component --component 20,8
 # Lines: a column for each cap and join, with the line through the vertices in white; then dashes.
-lines=(--crop 0,0,599,391 --blank 0,0,599,391)
+area=0,0,599,391
+lines=(--crop "$area" --blank "$area")
 caps=(butt round square)
 joins=(mitre round bevel)
 for i in 0 1 2; do
