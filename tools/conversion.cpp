@@ -12,6 +12,7 @@
 #include "new_file.h"
 #include "page_file.h"
 #include "values.h"
+#include "xio.h"
 
 namespace rle {
 namespace {
@@ -50,13 +51,23 @@ bool keepsColours(const Conversion& conversion, const std::string& out) {
          reshaping(conversion.steps).has_value();
 }
 
+// The pipeline makes an image larger after it has turned it, and to the size that it would have
+// unturned. Where that matters it is made larger first, in memory.
+bool reshape(RleStream& in, RleStream& out, int32_t format, const Reshaping& shape) {
+  if (shape.turns % 2 == 0 || shape.factor <= 1)
+    return rleConvFromRasterToRaster(&in, &out, format, shape.turns, shape.factor, shape.method) ==
+           1;
+  const OwnedStream larger(xioCreateMemoryStream(nullptr, 0, XIO_WRITE));
+  return larger && reshape(in, *larger, GFX_TIFF, {0, shape.factor, shape.method}) &&
+         larger->ops->seek(larger.get(), 0, 0) == 0 &&
+         reshape(*larger, out, format, {shape.turns, 1, shape.method});
+}
+
 void convertColours(const Conversion& conversion, const std::string& in, InputFile& file,
                     const std::string& out) {
   const Reshaping shape = *reshaping(conversion.steps);
   writeNewFile(out, [&](RleStream& stream) -> std::string {
-    if (rleConvFromRasterToRaster(&file.stream(), &stream, conversion.format, shape.turns,
-                                  shape.factor, shape.method) == 1)
-      return "";
+    if (reshape(file.stream(), stream, conversion.format, shape)) return "";
     std::string reason = gfxLastError();
     if (reason.empty()) reason = "cannot be converted";
     if (stream.ops->hasError(&stream) == 0) throw Failure(in, reason);

@@ -58,6 +58,8 @@ tiffcp -c g4 "$page" "$page" pages.tif
 ppmmake red 30 20 >red.ppm
 "$RLE" convert red.ppm turned.png --turn 1 --scale 0.5,min
 pngtopnm turned.png | cmp -s - <(ppmmake red 10 15) || fail "red was to stay"
+"$RLE" convert red.ppm larger.ppm --turn 1 --scale 2
+cmp -s larger.ppm <(ppmmake red 40 60) || fail "proportions were to stay"
 "$RLE" convert red.ppm edited.png --frame 1
 [[ $(pngtopnm edited.png | pamfile) == *"PBM raw, 30 by 20"* ]] || fail "black and white was to be"
 "$RLE" convert red.ppm red.pdf
