@@ -29,6 +29,6 @@ expect_picture out/in1.tif "###.." ".####"
 
 # A bar on a terminal, gone at the end.
 if command -v script >/dev/null; then
-  script -qec "$RLE convert ${inputs[*]} --out-dir out" /dev/null >screen
+  script -qec "$(printf '%q ' "$RLE" convert "${inputs[@]}" --out-dir out)" /dev/null >screen
   grep -q '24/24' screen || fail "no bar was drawn"
 fi
