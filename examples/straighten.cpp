@@ -30,8 +30,7 @@ int main(int argc, char** argv) {
   bool saved = out && rleUnloadRectToRaster(out.get(), turned.get(), kPng) == 1;
   // What was still buffered is written when the stream is destroyed.
   if (RleStream* const last = out.release()) saved = last->ops->destroy(last) == 0 && saved;
-  if (!saved)
-    return std::fprintf(stderr, "straighten: %s: cannot be written\n", argv[2]), 1;
+  if (!saved) return std::fprintf(stderr, "straighten: %s: cannot be written\n", argv[2]), 1;
   std::printf("%d x %d pixels\n", turned->width, turned->height);
   return 0;
 }
