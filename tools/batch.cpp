@@ -28,7 +28,8 @@ class Batch {
       } catch (const std::exception& error) {
         failure = error.what();
         // Which of many files failed must be told even when the file written is to blame.
-        if (!failure.starts_with(job->in + ":")) failure = job->in + ": " + failure;
+        if (const std::string file = job->in + ": "; !failure.starts_with(file))
+          failure.insert(0, file);
       }
       finish(failure, note);
     }
@@ -70,7 +71,12 @@ std::vector<Job> jobsInto(const std::string& directory, const std::vector<std::s
     const std::string name = std::filesystem::path(in).stem().string() + extensionOf(format);
     const std::string out = (std::filesystem::path(directory) / name).string();
     const auto [place, isNew] = inputOf.emplace(out, in);
-    if (!isNew) throw UsageError(place->second + " and " + in + " would both become " + out);
+    if (!isNew)
+      throw UsageError(std::string(place->second)
+                           .append(" and ")
+                           .append(in)
+                           .append(" would both become ")
+                           .append(out));
     jobs.push_back({in, out});
   }
   return jobs;

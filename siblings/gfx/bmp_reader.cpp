@@ -8,7 +8,7 @@
 #include <new>
 
 #include "bmp.h"
-#include "model/owners.h"
+#include "model/heap_array.h"
 #include "reader.h"
 
 namespace gfx {
@@ -191,7 +191,7 @@ class BmpReader final : public Reader {
     const uint64_t pixelBytes = (width * header_.bits + 7) / 8;
     if (stride_ > INT32_MAX / height) return cutOff();  // the product could wrap
     if (!file_.holds(rowsPlace_ + stride_ * (height - 1) + pixelBytes)) return cutOff();
-    packed_.reset(static_cast<uint8_t*>(std::malloc(pixelBytes)));
+    packed_ = rle::zeroedArray<uint8_t>(pixelBytes);
     if (!packed_) return setLastError("out of memory");
     packedSize_ = uint32_t(pixelBytes);
     info_.width = uint32_t(width);
@@ -266,7 +266,7 @@ class BmpReader final : public Reader {
   Colour palette_[256] = {};
   bool inverted_ = false;  // 0 is black in a bilevel image
   uint32_t packedSize_ = 0;
-  std::unique_ptr<uint8_t, rle::FreeWith<std::free>> packed_;  // a row as the file has it
+  rle::HeapArray<uint8_t> packed_;  // a row as the file has it
 };
 
 }  // namespace

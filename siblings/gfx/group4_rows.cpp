@@ -8,7 +8,9 @@ namespace {
 // Bytes in memory, for a decoder that takes them one by one.
 class ByteSource : public RleStream {
  public:
-  ByteSource(const uint8_t* data, size_t size) : RleStream{&kOps}, at_(data), end_(data + size) {}
+  ByteSource(const uint8_t* data, size_t size) : RleStream{}, at_(data), end_(data + size) {
+    ops = &kOps;
+  }
 
  private:
   static int32_t getByte(RleStream* stream) {
