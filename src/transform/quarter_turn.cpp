@@ -14,7 +14,9 @@
 // Columns in which neighbouring rows agree cost nothing. A turn to the right is a turn to the left
 // of the image seen with its rows from the bottom up and its columns from right to left.
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <span>
 
 #include "model/owners.h"
@@ -82,10 +84,11 @@ RleRect* halfTurn(const RleRect& rect) {
     if (row.runs == nullptr) return nullptr;
     row.tag = source.tag;
     row.count = source.count;
-    for (uint32_t i = 0; i < row.count; ++i) {
-      const RleRun run = source.runs[row.count - 1U - i];
-      row.runs[i] = {uint16_t(rect.width - run.end), uint16_t(rect.width - run.start)};
-    }
+    const RleRun* const end = source.runs + source.count;
+    std::transform(std::reverse_iterator(end), std::reverse_iterator(end - source.count), row.runs,
+                   [width = rect.width](RleRun run) {
+                     return RleRun{uint16_t(width - run.end), uint16_t(width - run.start)};
+                   });
   }
   return turned.release();
 }
