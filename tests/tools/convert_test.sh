@@ -53,7 +53,7 @@ ln -s self.tif link.tif
 "$RLE" convert link.tif link.tif --merge "a, b.tif,0,3,set" --set-dpi 123
 expect_picture self.tif "${page[@]:0:3}" "#.#........." "##.........#"
 [[ -L link.tif && $(stat -c %a self.tif) == 640 ]] || fail "link or mode lost"
-tiffinfo self.tif | grep -q "Resolution: 123, 123 pixels/inch" || fail "resolution not set"
+grep -q "Resolution: 123, 123 pixels/inch" <<<"$(tiffinfo self.tif)" || fail "resolution not set"
 (umask 027 && "$RLE" convert page.tif masked.tif)
 [[ $(stat -c %a masked.tif) == 640 ]] || fail "umask not respected"
 

@@ -27,8 +27,8 @@ for line in '"width": 2479,' '"height": 3508,' '"resolution": 300,' '"runs": 7,'
 done
 (($(grep -c '"file":' json) == 2)) || fail "two files were to be listed"
 
-"$RLE" --version | grep -qE '^rle [0-9]+\.[0-9]+\.[0-9]+$' || fail "version"
-"$RLE" convert --help | grep -q -- "--blank X1,Y1,X2,Y2" || fail "help"
+grep -qE '^rle [0-9]+\.[0-9]+\.[0-9]+$' <<<"$("$RLE" --version)" || fail "version"
+grep -q -- "--blank X1,Y1,X2,Y2" <<<"$("$RLE" convert --help)" || fail "help"
 status=0
 "$RLE" info small.tif >/dev/full 2>stderr || status=$?
 ((status == 1)) || fail "a full standard output must be told"

@@ -33,10 +33,10 @@ cmp hand.rle out.rle
 } >legacy.rle
 "$RLE" convert legacy.rle out.tif
 expect_picture out.tif "###..#####" ".........."
-"$RLE" info legacy.rle | grep -qx "  resolution  400 dpi" || fail "$("$RLE" info legacy.rle)"
+grep -qx "  resolution  400 dpi" <<<"$("$RLE" info legacy.rle)" || fail "$("$RLE" info legacy.rle)"
 # A resolution that 16 bits do not hold is none.
 native "$magic 00000001 0001 0001 00010000 $no_polygon 0000" >unknown.rle
-"$RLE" info unknown.rle | grep -qx "  resolution  not known" || fail "$("$RLE" info unknown.rle)"
+grep -qx "  resolution  not known" <<<"$("$RLE" info unknown.rle)" || fail "$("$RLE" info unknown.rle)"
 
 # The shipped page by both ways has the same pixels for libtiff.
 page=$root/docs/page/page.tif

@@ -32,7 +32,7 @@ done
 comes_in() { # FILE
   "$RLE" convert "$1" back.pbm || fail "$1 is not read"
   same back.pbm "$1"
-  [[ -z ${2-} ]] || "$RLE" info "$1" | grep -qF "$2" || fail "$("$RLE" info "$1")"
+  [[ -z ${2-} ]] || grep -qF "$2" <<<"$("$RLE" info "$1")" || fail "$("$RLE" info "$1")"
 }
 pnmtopng page.pbm >in.png 2>/dev/null && comes_in in.png "PNG, Deflate"
 ppmtobmp page.pbm >in.bmp 2>/dev/null && comes_in in.bmp "BMP, not compressed"
@@ -51,7 +51,7 @@ tiffcp -c g4 "$page" "$page" pages.tif
 "$RLE" convert pages.tif back.pbm 2>stderr && same back.pbm "the first page"
 [[ $(cat stderr) == "rle: pages.tif: has 2 pages, of which the first is converted" ]] ||
   fail "$(cat stderr)"
-"$RLE" info pages.tif | grep -qx "  pages       2" || fail "$("$RLE" info pages.tif)"
+grep -qx "  pages       2" <<<"$("$RLE" info pages.tif)" || fail "$("$RLE" info pages.tif)"
 
 # Colours stay where a page is only turned and scaled, and become black and white where it is edited
 # or the format has no others.
@@ -64,7 +64,7 @@ cmp -s larger.ppm <(ppmmake red 40 60) || fail "proportions were to stay"
 [[ $(pngtopnm edited.png | pamfile) == *"PBM raw, 30 by 20"* ]] || fail "black and white was to be"
 "$RLE" convert red.ppm red.pdf
 [[ $(pdfimages -list red.pdf) == *"ccitt"* ]] || fail "no Group 4"
-"$RLE" info red.ppm | grep -qx "  size        30 x 20 pixels, RGB" || fail "$("$RLE" info red.ppm)"
+grep -qx "  size        30 x 20 pixels, RGB" <<<"$("$RLE" info red.ppm)" || fail "$("$RLE" info red.ppm)"
 
 # Resolution is kept where the format can hold it.
 for format in png bmp jpg tif; do

@@ -22,7 +22,7 @@ converts --scale 0.5 -- "#.." "..."
 converts --scale 0.5,min -- "##." "..#"
 # 200 dpi becomes 100 as a scale of 0.5.
 converts --dpi 100 -- "#.." "..."
-tiffinfo out.tif | grep -q "Resolution: 100, 100 pixels/inch" || fail "resolution"
+grep -q "Resolution: 100, 100 pixels/inch" <<<"$(tiffinfo out.tif)" || fail "resolution"
 converts --polygon "1,0 5,0 5,4 1,4" -- "#####." ".####." ".####." ".#####"
 converts --polygon "0,0 6,0 6,4 0,4 0,0 6,0 6,4 0,4" -- "##...." "..#..." "......" "....##"
 converts --polygon "0,0 6,0 6,4 0,4 0,0 6,0 6,4 0,4;rule=nonzero;colour=0" -- \
