@@ -3,9 +3,9 @@
 
 #include <new>
 
+#include "bare_reader.h"
 #include "g4/row_decoder.h"
 #include "group4_rows.h"
-#include "instance.h"
 #include "packed_row_encoder.h"
 #include "pixel_rows.h"
 
@@ -14,44 +14,27 @@ namespace {
 
 using rle::g4::RowDecoder;
 
-class G4Reader final : public Instance {
+class G4Reader final : public BareReader {
  public:
   G4Reader(RleStream* stream, const GfxImageDesc& description, uint32_t rows, bool lsbFirst)
-      : Instance(Rows::Any),
-        decoder_(stream, description.width, lsbFirst),
-        description_(description),
-        rows_(rows) {}
+      : BareReader(description, rows), decoder_(stream, description.width, lsbFirst) {}
 
   bool allocate() { return decoder_.allocate(); }
 
  private:
-  bool start(GfxImageDesc& description) override {
-    description = description_;
-    return true;
-  }
-
-  bool row(uint8_t* row) override {
-    if (read_ == rows_) return setLastError("a row more than the %u of the data", rows_);
+  bool readRow(uint8_t* row) override {
     switch (decoder_.next()) {
       case RowDecoder::Result::Row:
-        break;
+        packRow(decoder_, row, rowBytes(description().format, description().width));
+        return true;
       case RowDecoder::Result::End:
-        return setLastError("the Group 4 data ends after %u rows", read_);
-      case RowDecoder::Result::Damaged:
-        return setLastError("the Group 4 data is damaged or cut off in row %u", read_);
+        return setLastError("the Group 4 data ends after %u rows", rowsRead());
+      default:
+        return setLastError("the Group 4 data is damaged or cut off in row %u", rowsRead());
     }
-    ++read_;
-    packRow(decoder_, row, rowBytes(description_.format, description_.width));
-    return true;
   }
 
-  // What could not be read has been told by a row that failed.
-  bool finish(bool) override { return true; }
-
   RowDecoder decoder_;
-  GfxImageDesc description_;
-  uint32_t rows_;
-  uint32_t read_ = 0;
 };
 
 }  // namespace

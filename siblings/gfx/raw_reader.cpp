@@ -2,39 +2,30 @@
 
 #include <new>
 
-#include "instance.h"
+#include "bare_reader.h"
 #include "pixel_rows.h"
 #include "stream_bytes.h"
 
 namespace gfx {
 namespace {
 
-class RawReader final : public Instance {
+class RawReader final : public BareReader {
  public:
   RawReader(RleStream* stream, const GfxImageDesc& description, uint32_t rows, uint32_t rowSize,
             bool lsbFirst)
-      : Instance(Rows::Any),
+      : BareReader(description, rows),
         stream_(stream),
-        description_(description),
-        rows_(rows),
         pixelBytes_(uint32_t(rowBytes(description.format, description.width))),
         padding_(rowSize - pixelBytes_),
         lsbFirst_(lsbFirst) {}
 
  private:
-  bool start(GfxImageDesc& description) override {
-    description = description_;
-    return true;
-  }
-
-  bool row(uint8_t* row) override {
-    if (read_ == rows_) return setLastError("a row more than the %u of the data", rows_);
-    if ((read_ > 0 && !skipPadding()) || readBytes(stream_, row, pixelBytes_) != pixelBytes_)
-      return setLastError("the data ends in row %u", read_);
-    ++read_;
-    if (!isBilevel(description_.format)) return true;
+  bool readRow(uint8_t* row) override {
+    if ((rowsRead() > 0 && !skipPadding()) || readBytes(stream_, row, pixelBytes_) != pixelBytes_)
+      return setLastError("the data ends in row %u", rowsRead());
+    if (!isBilevel(description().format)) return true;
     if (lsbFirst_) reverseBits(row, pixelBytes_);
-    clearPadding(row, description_.width);
+    clearPadding(row, description().width);
     return true;
   }
 
@@ -44,16 +35,10 @@ class RawReader final : public Instance {
     return true;
   }
 
-  // What could not be read has been told by a row that failed.
-  bool finish(bool) override { return true; }
-
   RleStream* stream_;
-  GfxImageDesc description_;
-  uint32_t rows_;
   uint32_t pixelBytes_;
   uint32_t padding_;  // bytes between the pixels of one row and those of the next
   bool lsbFirst_;
-  uint32_t read_ = 0;
 };
 
 // Whether the numbers given for an image fit together.
