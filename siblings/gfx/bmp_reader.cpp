@@ -8,6 +8,7 @@
 #include <new>
 
 #include "bmp.h"
+#include "metres.h"
 #include "model/heap_array.h"
 #include "reader.h"
 
@@ -47,10 +48,7 @@ struct Colour {
 };
 
 // Dots per inch of dots per metre; 0 when there are none.
-uint32_t dotsPerInch(uint32_t perMetre) {
-  const auto dots = int64_t{int32_t(perMetre)};
-  return dots <= 0 ? 0 : uint32_t((dots * 254 + 5000) / 10000);
-}
+uint32_t resolution(uint32_t perMetre) { return int32_t(perMetre) < 0 ? 0 : dotsPerInch(perMetre); }
 
 class BmpReader final : public Reader {
  public:
@@ -105,8 +103,8 @@ class BmpReader final : public Reader {
     header_.height = int32_t(word32(info + 8));
     header_.bits = word16(info + 14);
     header_.compression = word32(info + 16);
-    info_.xResolution = dotsPerInch(word32(info + 24));
-    info_.yResolution = dotsPerInch(word32(info + 28));
+    info_.xResolution = resolution(word32(info + 24));
+    info_.yResolution = resolution(word32(info + 28));
     header_.colours = word32(info + 32);
     if (header_.compression != bmp::kMasks && header_.compression != bmp::kMasksWithAlpha)
       return true;

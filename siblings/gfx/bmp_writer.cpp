@@ -10,6 +10,7 @@
 #include <new>
 
 #include "bmp.h"
+#include "metres.h"
 #include "model/owners.h"
 #include "writer.h"
 
@@ -39,8 +40,8 @@ class Head {
   uint32_t size_ = 0;
 };
 
-uint32_t dotsPerMetre(uint32_t dotsPerInch) {
-  const uint64_t dots = (uint64_t{dotsPerInch} * 10000 + 127) / 254;
+uint32_t resolution(uint32_t dotsPerInch) {
+  const uint64_t dots = dotsPerMetre(dotsPerInch);
   return dots > INT32_MAX ? 0 : uint32_t(dots);
 }
 
@@ -77,8 +78,8 @@ class BmpWriter final : public Writer {
     head.put16(bits);
     head.put32(bmp::kPlain);
     head.put32(uint32_t(stride_) * height_);
-    head.put32(dotsPerMetre(description.parameters->xResolution));
-    head.put32(dotsPerMetre(description.parameters->yResolution));
+    head.put32(resolution(description.parameters->xResolution));
+    head.put32(resolution(description.parameters->yResolution));
     head.put32(colours);
     head.put32(0);  // all of them matter
     for (uint32_t i = 0; i < colours; ++i) head.put32(0x010101 * (i * 255 / (colours - 1)));

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "g4/byte_bits.h"
 #include "hue.h"
 
 namespace gfx {
@@ -104,14 +105,6 @@ void convertSlice(uint32_t fromFormat, const uint8_t* from, uint32_t toFormat, u
     std::memcpy(to, luminance, count);
 }
 
-constexpr auto kReversed = [] {
-  std::array<uint8_t, 256> reversed{};
-  for (uint32_t byte = 0; byte < 256; ++byte)
-    for (uint32_t bit = 0; bit < 8; ++bit)
-      if (byte >> bit & 1) reversed[byte] |= uint8_t(0x80 >> bit);
-  return reversed;
-}();
-
 }  // namespace
 
 uint32_t formatOf(int32_t colourType) {
@@ -144,7 +137,7 @@ void invertBits(uint8_t* row, size_t bytes) {
 }
 
 void reverseBits(uint8_t* row, size_t bytes) {
-  std::transform(row, row + bytes, row, [](uint8_t byte) { return kReversed[byte]; });
+  std::transform(row, row + bytes, row, [](uint8_t byte) { return rle::g4::kByteBits[0][byte]; });
 }
 
 bool canConvert(uint32_t from, uint32_t to) {

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 
+#include "metres.h"
 #include "png_calls.h"
 #include "reader.h"
 
@@ -41,10 +42,6 @@ struct Palette {
 void readPng(png_structp png, png_bytep bytes, size_t count) {
   auto* stream = static_cast<RleStream*>(png_get_io_ptr(png));
   if (readBytes(stream, bytes, uint32_t(count)) != count) png_error(png, "the file ends early");
-}
-
-uint32_t dotsPerInch(uint32_t dotsPerMetre) {
-  return uint32_t((uint64_t{dotsPerMetre} * 127 + 2500) / 5000);
 }
 
 class PngReader : public Reader {

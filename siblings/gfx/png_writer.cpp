@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "metres.h"
 #include "png_calls.h"
 #include "writer.h"
 
@@ -12,8 +13,6 @@ void writePng(png_structp png, png_bytep bytes, size_t count) {
   auto* stream = static_cast<RleStream*>(png_get_io_ptr(png));
   if (!writeBytes(stream, bytes, uint32_t(count))) png_error(png, "the file cannot be written");
 }
-
-uint64_t dotsPerMetre(uint32_t dotsPerInch) { return (uint64_t{dotsPerInch} * 5000 + 63) / 127; }
 
 int pngColourType(uint32_t format) {
   switch (colourType(format)) {
