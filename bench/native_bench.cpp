@@ -9,11 +9,6 @@
 namespace rle::bench {
 namespace {
 
-struct Destroy {
-  void operator()(RleStream* stream) const { stream->ops->destroy(stream); }
-};
-using OwnedStream = std::unique_ptr<RleStream, Destroy>;
-
 std::vector<uint8_t> nativeFile(const Page& page) {
   const OwnedStream stream(xioCreateMemoryStream(nullptr, 0, XIO_WRITE));
   rleUnloadRect(stream.get(), page.rect.get());

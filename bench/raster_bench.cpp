@@ -14,11 +14,6 @@
 namespace rle::bench {
 namespace {
 
-struct Destroy {
-  void operator()(RleStream* stream) const { stream->ops->destroy(stream); }
-};
-using OwnedStream = std::unique_ptr<RleStream, Destroy>;
-
 // A folder for the files of this run, gone at its end.
 class Folder {
  public:

@@ -23,6 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 namespace rle::fuzz {
 
+using rle::OwnedStream;  // the targets are outside of rle
+
 using test::Pixels;
 
 // Ends the program, and so makes a find, where a result is wrong.
@@ -155,11 +157,6 @@ inline bool sameImage(const RleRect& a, const RleRect& b) {
 }
 
 // A stream from its start; what is left in one is lost.
-struct DestroyStream {
-  void operator()(RleStream* stream) const { stream->ops->destroy(stream); }
-};
-using OwnedStream = std::unique_ptr<RleStream, DestroyStream>;
-
 inline OwnedStream reading(std::span<const uint8_t> bytes) {
   return OwnedStream(
       xioCreateMemoryStream(const_cast<uint8_t*>(bytes.data()), uint32_t(bytes.size()), XIO_READ));

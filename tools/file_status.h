@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-#include "stream.h"
+#include "model/owners.h"
 
 namespace rle {
 

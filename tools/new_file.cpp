@@ -13,7 +13,7 @@
 
 #include "failure.h"
 #include "file_status.h"
-#include "stream.h"
+#include "model/owners.h"
 #include "xio.h"
 
 namespace rle {

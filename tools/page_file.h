@@ -6,7 +6,6 @@
 #include <string>
 
 #include "model/owners.h"
-#include "stream.h"
 
 namespace rle {
 
@@ -53,6 +52,9 @@ struct PageFile {
   OwnedRect page;
   FileFacts facts;
 };
+
+// Why the raster pipeline failed last, or `otherwise` where it has not said.
+std::string pipelineReason(const char* otherwise);
 
 // Opens a file and reads its first page. Throws Failure.
 PageFile readPageFile(const std::string& path);

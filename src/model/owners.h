@@ -1,4 +1,5 @@
-// Owners of the public records, so that every early return releases what was made so far.
+// Owners of the public records and of streams, so that every early return releases what was made so
+// far.
 
 #pragma once
 
@@ -22,5 +23,11 @@ using OwnedRect = std::unique_ptr<RleRect, FreeWith<rleFreeRect>>;
 using OwnedPoints = std::unique_ptr<RlePoint, FreeWith<rleFreePoints>>;
 using OwnedPoly = std::unique_ptr<RlePoly, FreeWith<rleFreePoly>>;
 using OwnedFile = std::unique_ptr<RleFile, FreeWith<rleFreeFile>>;
+
+// What the end of a stream answers is lost here; who writes one releases it and asks.
+struct DestroyStream {
+  void operator()(RleStream* stream) const { stream->ops->destroy(stream); }
+};
+using OwnedStream = std::unique_ptr<RleStream, DestroyStream>;
 
 }  // namespace rle

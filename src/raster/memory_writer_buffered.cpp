@@ -60,11 +60,6 @@ bool appendToMemory(RleMemoryWriterState& state, size_t held, const void* data, 
 
 // ---- Reading back
 
-struct DestroyStream {
-  void operator()(RleStream* stream) const { stream->ops->destroy(stream); }
-};
-using OwnedStream = std::unique_ptr<RleStream, DestroyStream>;
-
 // Null without a file too, as when initialize was never called.
 OwnedStream openCollected(const RleMemoryWriterState& state) {
   constexpr int32_t read = XIO_READ;

@@ -12,11 +12,6 @@
 namespace rle::test {
 namespace {
 
-struct DestroyStream {
-  void operator()(RleStream* stream) const { stream->ops->destroy(stream); }
-};
-using OwnedStream = std::unique_ptr<RleStream, DestroyStream>;
-
 // Adds pages to a digest; one that is missing or not valid spoils it for good.
 class Digest {
  public:
