@@ -4,14 +4,12 @@
 
 #include "conversion.h"
 
-#include <algorithm>
-
 #include "failure.h"
 #include "formats.h"
 #include "gfx.h"
 #include "new_file.h"
+#include "operation_parsers.h"
 #include "page_file.h"
-#include "values.h"
 #include "xio.h"
 
 namespace rle {
@@ -30,14 +28,12 @@ std::optional<Reshaping> reshaping(const std::vector<Step>& steps) {
   bool scaled = false;
   for (const Step& step : steps) {
     if (step.option == "--turn") {
-      all.turns = (all.turns + number(step.value) % 4 + 4) % 4;
+      all.turns = (all.turns + int32_t(parse::quarterTurns(step.value))) % 4;
     } else if (step.option == "--scale" && !scaled) {
-      const size_t comma = step.value.find(',');
-      const std::string manner =
-          comma == std::string::npos ? "point" : step.value.substr(comma + 1);
-      if (manner == "nearest") return std::nullopt;
-      all.factor = decimal(step.value.substr(0, comma));
-      all.method = manner == "min" ? 1 : 0;
+      const auto [factor, manner] = parse::scaling(step.value);
+      if (manner == Scaling::Manner::nearest) return std::nullopt;
+      all.factor = factor;
+      all.method = manner == Scaling::Manner::min ? 1 : 0;
       scaled = true;
     } else {
       return std::nullopt;
@@ -46,9 +42,11 @@ std::optional<Reshaping> reshaping(const std::vector<Step>& steps) {
   return all;
 }
 
-bool keepsColours(const Conversion& conversion, const std::string& out) {
-  return !isBilevelFile(conversion.format, out) && conversion.compression == kAnyCompression &&
-         reshaping(conversion.steps).has_value();
+// What happens to a grey or coloured page that stays so; nothing where it cannot.
+std::optional<Reshaping> colourReshaping(const Conversion& conversion, const std::string& out) {
+  if (isBilevelFile(conversion.format, out) || conversion.compression != kAnyCompression)
+    return std::nullopt;
+  return reshaping(conversion.steps);
 }
 
 // The pipeline makes an image larger after it has turned it, and to the size that it would have
@@ -63,13 +61,11 @@ bool reshape(RleStream& in, RleStream& out, int32_t format, const Reshaping& sha
          reshape(*larger, out, format, {shape.turns, 1, shape.method});
 }
 
-void convertColours(const Conversion& conversion, const std::string& in, InputFile& file,
+void convertColours(const Reshaping& shape, int32_t format, const std::string& in, InputFile& file,
                     const std::string& out) {
-  const Reshaping shape = *reshaping(conversion.steps);
   writeNewFile(out, [&](RleStream& stream) -> std::string {
-    if (reshape(file.stream(), stream, conversion.format, shape)) return "";
-    std::string reason = gfxLastError();
-    if (reason.empty()) reason = "cannot be converted";
+    if (reshape(file.stream(), stream, format, shape)) return "";
+    const std::string reason = pipelineReason("cannot be converted");
     if (stream.ops->hasError(&stream) == 0) throw Failure(in, reason);
     return reason;
   });
@@ -94,10 +90,11 @@ std::string convertFile(const Conversion& conversion, const std::string& in,
     return "";
   }
   InputFile file(in);
-  if (file.facts().bilevel || !keepsColours(conversion, out))
-    convertRuns(conversion, in, file.readPage(), out);
+  const auto shape = file.facts().bilevel ? std::nullopt : colourReshaping(conversion, out);
+  if (shape)
+    convertColours(*shape, conversion.format, in, file, out);
   else
-    convertColours(conversion, in, file, out);
+    convertRuns(conversion, in, file.readPage(), out);
   if (file.facts().pages <= 1) return "";
   return in + ": has " + std::to_string(file.facts().pages) +
          " pages, of which the first is converted";

@@ -21,7 +21,17 @@ Rectangle bounds(std::span<const RlePoint> vertices);
 // Why a shape that touches no pixel of the page is refused.
 std::string misses(const char* shape, const RleRect& page);
 
+// What a scaling is asked for by.
+struct Scaling {
+  enum class Manner { point, nearest, min };
+  double factor;
+  Manner manner;
+};
+
 namespace parse {
+
+uint32_t quarterTurns(const std::string& value);  // 0 to 3, counter-clockwise
+Scaling scaling(const std::string& value);
 
 // How a second picture is laid on the page; merging and patterns use the same numbers.
 int32_t layMode(const std::string& field);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr double kOne = 32768;  // a factor of 1 in the library's fixed-point numbers
 
-enum class Manner { point, nearest, min };
+using Manner = Scaling::Manner;
 
 struct Size {
   uint64_t width;
@@ -70,8 +70,12 @@ Operation mirror(const std::string& value) {
   };
 }
 
+uint32_t quarterTurns(const std::string& value) {
+  return uint32_t(number(value)) % 4;  // 2^32 is a multiple of 4
+}
+
 Operation turn(const std::string& value) {
-  const auto quarters = uint32_t(number(value)) % 4;  // 2^32 is a multiple of 4
+  const uint32_t quarters = quarterTurns(value);
   return [quarters](OwnedRect& page) -> std::string {
     if (quarters % 2 != 0 && page->height < 2)
       return "a page of one row cannot be turned by an odd number of quarters";
@@ -99,17 +103,22 @@ Operation rotate(const std::string& value) {
   };
 }
 
-Operation scale(const std::string& value) {
+Scaling scaling(const std::string& value) {
   constexpr const char* kManners[] = {"point", "nearest", "min"};
-  constexpr decltype(&rleScaleRect) kScalers[] = {rleScaleRect, rleNNScaleRect, rleMinScaleRect};
   const size_t comma = value.find(',');
   const double factor = decimal(value.substr(0, comma));
   if (factor <= 0) throw UsageError("the factor must be above 0");
   const int32_t manner = comma == std::string::npos
                              ? 0
                              : choice(value.substr(comma + 1), kManners, "manner of scaling");
-  return [factor, manner, scaler = kScalers[manner]](OwnedRect& page) {
-    return scaleBy(*page, fixedPoint(factor + 0.5 / kOne), Manner(manner),
+  return {factor, Manner(manner)};
+}
+
+Operation scale(const std::string& value) {
+  constexpr decltype(&rleScaleRect) kScalers[] = {rleScaleRect, rleNNScaleRect, rleMinScaleRect};
+  const auto [factor, manner] = scaling(value);
+  return [factor = factor, manner = manner, scaler = kScalers[int(manner)]](OwnedRect& page) {
+    return scaleBy(*page, fixedPoint(factor + 0.5 / kOne), manner,
                    [scaler](RleRect& rect, uint32_t f) { scaler(&rect, f, f); });
   };
 }

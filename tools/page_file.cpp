@@ -51,12 +51,6 @@ const char* pixelsInWords(int32_t colourType) {
   }
 }
 
-// The pipeline's reason, where it gave one.
-std::string gfxReason(const char* otherwise) {
-  const std::string reason = gfxLastError();
-  return reason.empty() ? otherwise : reason;
-}
-
 void rewind(RleStream& stream, const std::string& path) {
   if (stream.ops->seek(&stream, 0, 0) != 0) throw Failure(path, "cannot be read from its start");
 }
@@ -68,6 +62,11 @@ bool hasTooManyRuns(const RleRect& page) {
 }
 
 }  // namespace
+
+std::string pipelineReason(const char* otherwise) {
+  const char* const reason = gfxLastError();
+  return *reason == '\0' ? otherwise : reason;
+}
 
 InputFile::InputFile(const std::string& path) : path_(path), stream_(openToRead(path)) {
   std::error_code unknown;
@@ -90,7 +89,7 @@ void InputFile::recogniseNative(const char* format) {
 
 void InputFile::recogniseRaster() {
   GfxImageInfo* const info = gfxGetImageInfo(stream_.get());
-  if (info == nullptr) throw Failure(path_, gfxReason("cannot be read"));
+  if (info == nullptr) throw Failure(path_, pipelineReason("cannot be read"));
   const int32_t colourType = int16_t(info->format);
   facts_.format = formatInWords(info->fileFormat);
   facts_.compression = compressionInWords(info->compression);
@@ -113,7 +112,7 @@ std::string InputFile::whyNoPage() {
   if (facts_.width > 65535 || facts_.height > 65535) return "the page is larger than 65535 pixels";
   if (facts_.xResolution != facts_.yResolution)
     return "the resolution is not the same in both directions";
-  return gfxReason("out of memory");
+  return pipelineReason("out of memory");
 }
 
 OwnedRect InputFile::readPage() {
@@ -135,7 +134,7 @@ OwnedRect readGroup4Data(const std::string& path, int32_t width, int32_t height,
                          int32_t resolution) {
   const OwnedStream stream = openToRead(path);
   OwnedRect page(rleLoadRectFromG4(stream.get(), width, height, resolution));
-  if (!page) throw Failure(path, gfxReason("the Group 4 data is without its end mark (EOFB)"));
+  if (!page) throw Failure(path, pipelineReason("the Group 4 data is without its end mark (EOFB)"));
   return page;
 }
 
@@ -148,11 +147,11 @@ void writePageFile(const std::string& path, RleRect& page, int32_t format, int32
       case kNativeFormat:
         return rleUnload(&stream, &page) == 1 ? "" : "cannot be written";
       case kGroup4Format:
-        return rleUnloadRectToG4(&stream, &page) == 1 ? "" : gfxReason("cannot be written");
+        return rleUnloadRectToG4(&stream, &page) == 1 ? "" : pipelineReason("cannot be written");
       default:
         return rleUnloadRectToRasterSelectCompress(&stream, &page, format, compression) == 1
                    ? ""
-                   : gfxReason("cannot be written");
+                   : pipelineReason("cannot be written");
     }
   });
 }
