@@ -65,7 +65,7 @@ void convertColours(const Reshaping& shape, int32_t format, const std::string& i
                     const std::string& out) {
   writeNewFile(out, [&](RleStream& stream) -> std::string {
     if (reshape(file.stream(), stream, format, shape)) return "";
-    const std::string reason = pipelineReason("cannot be converted");
+    std::string reason = pipelineReason("cannot be converted");
     if (stream.ops->hasError(&stream) == 0) throw Failure(in, reason);
     return reason;
   });
