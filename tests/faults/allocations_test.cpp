@@ -260,9 +260,10 @@ TEST_F(AllocationFaults, GiveAWholeImageOrNone) {
 }
 
 TEST_F(AllocationFaults, ReadAndWriteWholeFilesOrNone) {
-  const OwnedRect sheet = page.toRect(), damaged = image({"##.."});
+  const OwnedRect sheet = page.toRect(), damaged(rleNewRect(65535, 1, 0));
+  for (int x = 0; x < 6000; x += 2) rleSetLine(damaged->rows[0], x, x);
   damaged->rows[0]->runs[0] = {5, 2};
-  ByteStream out, codes({0x6C, 0xF7, 0x00, 0x08, 0x80}), image, file;
+  ByteStream out, codes({0x6C, 0xF7, 0x00, 0x08, 0x80}), none({0, 8, 0x80}), image, file;
   ASSERT_EQ(rleUnload(&image, sheet.get()), 1);
   ASSERT_EQ(rleUnloadPoly(&file, region.get()), 1);
   const auto afterTheHeader = [](ByteStream& stream, std::function<bool(RleFile*)> read) {
@@ -313,11 +314,13 @@ TEST_F(AllocationFaults, ReadAndWriteWholeFilesOrNone) {
       {"rleUnload", page, 2, [&](auto* p) { return rleUnload(&out, p) == 1; }},
       {"rleUnloadRect", page, 2, [&](auto* p) { return rleUnloadRect(&out, p) == 1; }},
       {"rleUnloadPoly", page, 2, [&](auto*) { return rleUnloadPoly(&out, region.get()) == 1; }},
-      {"rleLoadRectFromCCITTG4", page, 7,  // image and row array, rows, working memory, run buffers
+      {"rleLoadRectFromCCITTG4", page, 6,  // image and row array, rows, run buffers
        [&](auto*) { return made(rleLoadRectFromCCITTG4(again(codes), 16, 2, 200, 1)); }},
+      {"rleLoadRectFromCCITTG4, wide", page, 4,  // and working memory, but no row
+       [&](auto*) { return made(rleLoadRectFromCCITTG4(again(none), 8193, 1, 200, 1)); }},
       {"rleUnloadRectFromCCITTG4", page, 0,
        [&](auto* p) { return rleUnloadRectFromCCITTG4(&out, p) == 1; }},
-      {"rleUnloadRectFromCCITTG4, damaged rows", page, 1,
+      {"rleUnloadRectFromCCITTG4, long damaged rows", page, 1,
        [&](auto*) { return rleUnloadRectFromCCITTG4(&out, damaged.get()) == 1; }},
   };
   for (const Case& c : cases) failInTurn(c);
