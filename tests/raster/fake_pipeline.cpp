@@ -188,12 +188,16 @@ Part* make(const char* function, Arguments... arguments) {
   return part.get();
 }
 
-Part* writing(Part* writer) {
+template <class... Arguments>
+GfxInstance* makeWriter(const char* function, Arguments... arguments) {
+  Part* const writer = make(function, arguments...);
   if (writer) writer->writes = true;
   return writer;
 }
 
-Part* around(GfxInstance* source, Part* wrapper) {
+template <class... Arguments>
+GfxInstance* wrap(const char* function, GfxInstance* source, Arguments... arguments) {
+  Part* const wrapper = make(function, source, arguments...);
   if (!wrapper) return nullptr;
   wrapper->source = &inUse(source);
   EXPECT_EQ(wrapper->source->state, Part::Made) << wrapper->source->name;
@@ -243,49 +247,40 @@ void gfxFreeImageInfo(GfxImageInfo* info) {
 GfxInstance* gfxInitReadRaster(RleStream* stream, uint32_t page, int32_t zero, uint32_t height) {
   return make(__func__, stream, page, zero, height);
 }
-
 GfxInstance* gfxInitReadG4(RleStream* stream, uint32_t width, uint32_t height, int32_t zero,
                            uint32_t rows, int32_t flag, int32_t options) {
   return make(__func__, stream, width, height, zero, rows, flag, options);
 }
-
-GfxInstance* gfxInitReadRawData(RleStream* stream, uint32_t width, uint32_t height,
-                                int32_t bitsPerPixel, int32_t colourType, int32_t options,
-                                int32_t zero, uint32_t rows, uint32_t rowBytes, uint32_t dataSize) {
-  return make(__func__, stream, width, height, bitsPerPixel, colourType, options, zero, rows,
-              rowBytes, dataSize);
+GfxInstance* gfxInitReadRawData(RleStream* stream, uint32_t width, uint32_t height, int32_t bits,
+                                int32_t colours, int32_t options, int32_t zero, uint32_t rows,
+                                uint32_t rowBytes, uint32_t size) {
+  return make(__func__, stream, width, height, bits, colours, options, zero, rows, rowBytes, size);
 }
 
-GfxInstance* gfxInitColorSpaceConverter(GfxInstance* source, int32_t colourType, int32_t one) {
-  return around(source, make(__func__, source, colourType, one));
+GfxInstance* gfxInitColorSpaceConverter(GfxInstance* source, int32_t colours, int32_t one) {
+  return wrap(__func__, source, colours, one);
 }
-
 GfxInstance* gfxInitRotate(GfxInstance* source, int32_t degrees) {
-  return around(source, make(__func__, source, degrees));
+  return wrap(__func__, source, degrees);
 }
-
 GfxInstance* gfxInitMaxScaleWidth(GfxInstance* source, uint32_t width) {
-  return around(source, make(__func__, source, width));
+  return wrap(__func__, source, width);
 }
-
 GfxInstance* gfxInitMaxScaleHeight(GfxInstance* source, uint32_t height) {
-  return around(source, make(__func__, source, height));
+  return wrap(__func__, source, height);
 }
-
 GfxInstance* gfxInitMinScaleWidth(GfxInstance* source, uint32_t width) {
-  return around(source, make(__func__, source, width));
+  return wrap(__func__, source, width);
 }
-
 GfxInstance* gfxInitMinScaleHeight(GfxInstance* source, uint32_t height) {
-  return around(source, make(__func__, source, height));
+  return wrap(__func__, source, height);
 }
 
 GfxInstance* gfxInitWriteRaster(RleStream* stream, int32_t format) {
-  return writing(make(__func__, stream, format));
+  return makeWriter(__func__, stream, format);
 }
-
 GfxInstance* gfxInitWriteG4(RleStream* stream, int32_t mode) {
-  return writing(make(__func__, stream, mode));
+  return makeWriter(__func__, stream, mode);
 }
 
 }  // extern "C"

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ inline constexpr uint32_t kBits = GFX_FORMAT(1, GFX_BILEVEL_1_BLACK),
                           kCmyk = GFX_FORMAT(32, GFX_CMYK),
                           kGreyAlpha = GFX_FORMAT(16, GFX_GREY_ALPHA),
                           kRgbAlpha = GFX_FORMAT(32, GFX_RGB_ALPHA);
+
+inline constexpr uint32_t kAllFormats[] = {
+    kBits, kZeroBlack, GFX_FORMAT(1, 5), GFX_FORMAT(1, 9), kGrey,
+    kRgb,  kCmyk,      kGreyAlpha,       kRgbAlpha};
 
 struct Image {
   uint32_t width = 0, height = 0, format = 0;
@@ -50,6 +55,17 @@ struct Image {
 
   bool operator==(const Image&) const = default;
 };
+
+// The largest difference of two samples; 256 where there are none.
+inline int difference(const Image& a, const Image& b) {
+  if (a.rows.empty() || a.width != b.width || a.height != b.height) return 256;
+  int most = 0;
+  for (uint32_t y = 0; y < a.height; ++y)
+    for (uint32_t x = 0; x < a.width; ++x)
+      for (size_t s = 0; s < a.samples(); ++s)
+        most = std::max(most, std::abs(a.sample(x, y, s) - b.sample(x, y, s)));
+  return most;
+}
 
 // Reads all rows and ends the reader or wrapper. Nothing of the row before is left in the buffer,
 // which has no room for more than a row.

@@ -98,7 +98,7 @@ Bytes fileOf(const Shape& shape) {
   return temporaryBytes();
 }
 
-// Whether the rows are those of the temporary file as libtiff makes RGBA of it: which is
+// Whether the samples are those of the temporary file as libtiff makes RGBA of it: which is
 // multiplied by alpha where there are three colours, and may round where the reader does not.
 bool isAsLibtiffSees(const Image& image) {
   std::vector<uint32_t> raster(size_t{image.width} * image.height);
@@ -124,54 +124,17 @@ bool isAsLibtiffSees(const Image& image) {
 
 // ---- Tests -------------------------------------------------------------------------------------
 
-TEST(TiffFiles, AreWrittenAsLibtiffReadsThem) {
-  constexpr uint32_t k0BlackToo = GFX_FORMAT(1, 5), kBitsToo = GFX_FORMAT(1, 9);
-  const std::pair<uint32_t, uint16_t> compressions[] = {
-      {GFX_UNCOMPRESSED, COMPRESSION_NONE}, {GFX_GROUP3, COMPRESSION_CCITTFAX3},
-      {GFX_GROUP4, COMPRESSION_CCITTFAX4},  {GFX_PACKBITS, COMPRESSION_PACKBITS},
-      {GFX_LZW, COMPRESSION_LZW},           {GFX_DEFLATE, COMPRESSION_ADOBE_DEFLATE},
-      {GFX_TIFF_JPEG, COMPRESSION_JPEG},    {GFX_JPEG_DCT, 0}};
-  const Bytes before{1, 2, 3};  // the file is not the first thing in its stream
-  for (const uint32_t format :
-       {kZeroBlack, k0BlackToo, kBitsToo, kBits, kGrey, kRgb, kCmyk, kGreyAlpha, kRgbAlpha})
-    for (const auto& [code, compression] : compressions) {
-      SCOPED_TRACE(testing::Message() << std::hex << format << " " << code);
-      Image image{kWidth, 2000, format};  // several strips of slopes, as JPEG likes them
-      const bool isBits = image.isBilevel(), isJpeg = code == GFX_TIFF_JPEG;
-      const bool suits = isBits ? !isJpeg : code != GFX_GROUP3 && code != GFX_GROUP4;
-      image.rows.resize(image.rowBytes() * image.height);
-      for (size_t i = 0; i < image.rows.size(); ++i)
-        image.rows[i] =
-            uint8_t(isBits ? i * i : i % image.rowBytes() / image.samples() + i / 999 % 100);
-      ByteStream stream(before);
-      stream.position = before.size();
-      ASSERT_EQ(writeImage(&stream, GFX_TIFF, image, code), suits && compression != 0);
-      if (!suits || compression == 0) {
-        EXPECT_EQ(std::string(gfxLastError()).find("compression"), 0U);
-        EXPECT_EQ(stream.bytes, before);
-        continue;
-      }
-      EXPECT_EQ(stream.position, stream.bytes.size());
-      const Bytes file(stream.bytes.begin() + 3, stream.bytes.end());
-      std::ofstream(temporary.name, std::ios::binary)
-          .write(reinterpret_cast<const char*>(file.data()), int64_t(file.size()));
-      uint16_t codec = 0;
-      TIFFGetField(openTemporary("r").get(), TIFFTAG_COMPRESSION, &codec);
-      EXPECT_EQ(codec, compression);
-      stream.position = before.size();
-      const Image read = readImage(&stream);
-      ASSERT_TRUE(isAsLibtiffSees(read)) << gfxLastError();
-      EXPECT_EQ(read.format, isBits ? kBits : format);
-      const GfxImageInfo info = infoOf(file);
-      EXPECT_EQ(info.compression, code);
-      EXPECT_EQ(info.xResolution * 1000 + info.yResolution, 300'200U);
-      for (size_t i = 0; i < image.rows.size(); ++i) {
-        uint8_t sample = image.rows[i];
-        if (format == kZeroBlack || format == k0BlackToo) sample = uint8_t(~sample);
-        if (isBits && i % 6 == 5) sample &= 0xF8;  // 45 of 48 bits are pixels
-        ASSERT_LE(std::abs(read.rows[i] - sample), isJpeg ? 16 : 0) << i;
-      }
-    }
+TEST(TiffFiles, AreNotWrittenWithCompressionsThatDoNotSuitThePixels) {
+  for (const auto& [format, code] : {std::pair{kGrey, GFX_GROUP3},
+                                     {kCmyk, GFX_GROUP4},
+                                     {kBits, GFX_TIFF_JPEG},
+                                     {kBits, GFX_JPEG_DCT},
+                                     {kRgb, GFX_JPEG_DCT}}) {
+    ByteStream stream;
+    EXPECT_FALSE(writeImage(&stream, GFX_TIFF, {kWidth, kHeight, format}, uint32_t(code)));
+    EXPECT_EQ(std::string(gfxLastError()).find("compression"), 0U);
+    EXPECT_EQ(stream.bytes, Bytes());
+  }
 }
 
 TEST(TiffFiles, OfEveryLayoutAreRead) {
@@ -208,8 +171,10 @@ TEST(TiffFiles, OfEveryLayoutAreRead) {
       shape.isSeparate = variant & kSeparate;
       shape.compression = variant & 4 ? COMPRESSION_PACKBITS : COMPRESSION_LZW;
       shape.fillOrder = variant & 4 ? FILLORDER_LSB2MSB : FILLORDER_MSB2LSB;
-      const Image image = readImage(fileOf(shape));
+      const Bytes file = fileOf(shape);
+      const Image image = readImage(file);
       EXPECT_EQ(image.format, format);
+      EXPECT_EQ(infoOf(file).compression, variant & 4 ? GFX_PACKBITS : GFX_LZW);
       EXPECT_TRUE(isAsLibtiffSees(image)) << gfxLastError();
     }
 }
@@ -276,34 +241,34 @@ TEST(TiffFiles, HavePagesWithResolutions) {
 }
 
 TEST(DamagedTiffFiles, AreRefused) {
-  constexpr uint32_t kLong = TIFF_LONG, kShort = TIFF_SHORT, kSame = 0;
+  constexpr uint32_t kSame = UINT32_MAX - 1;
   const struct {
-    uint32_t tag, type, count, value;
-  } cases[] = {{TIFFTAG_IMAGEWIDTH, kLong, 1, 0},
-               {TIFFTAG_IMAGEWIDTH, kLong, 1, kWidth + 1},
-               {TIFFTAG_IMAGEWIDTH, kLong, 1, 0xFFFFFFFF},
-               {TIFFTAG_IMAGELENGTH, kLong, 1, 0xFFFFFFFF},
-               {TIFFTAG_BITSPERSAMPLE, kShort, 1, 0xFFFF},
-               {TIFFTAG_COMPRESSION, kShort, 1, 9999},
-               {TIFFTAG_PHOTOMETRIC, kShort, 1, kLight},
-               {TIFFTAG_SAMPLESPERPIXEL, kShort, 1, 0xFFFF},
-               {TIFFTAG_ROWSPERSTRIP, kShort, 1, 0},
-               {TIFFTAG_STRIPOFFSETS, kLong, 2, kSame},
-               {TIFFTAG_STRIPOFFSETS, kLong, 3, 1 << 30},
-               {TIFFTAG_STRIPBYTECOUNTS, kLong, 0x3FFFFFFF, kSame},
-               {TIFFTAG_STRIPBYTECOUNTS, kLong, 3, 0xFFFFFFF0}};
+    uint32_t tag, count, value;
+  } cases[] = {{TIFFTAG_IMAGEWIDTH, 1, 0},
+               {TIFFTAG_IMAGEWIDTH, 1, kWidth + 1},
+               {TIFFTAG_IMAGEWIDTH, 1, UINT32_MAX},
+               {TIFFTAG_IMAGELENGTH, 1, UINT32_MAX},
+               {TIFFTAG_BITSPERSAMPLE, 1, 0xFFFF},
+               {TIFFTAG_COMPRESSION, 1, 9999},
+               {TIFFTAG_PHOTOMETRIC, 1, kLight},
+               {TIFFTAG_SAMPLESPERPIXEL, 1, 0xFFFF},
+               {TIFFTAG_ROWSPERSTRIP, 1, 0},
+               {TIFFTAG_STRIPOFFSETS, 2, kSame},
+               {TIFFTAG_STRIPOFFSETS, 3, 1 << 30},
+               {TIFFTAG_STRIPBYTECOUNTS, 0x3FFFFFFF, kSame},
+               {TIFFTAG_STRIPBYTECOUNTS, 3, 0xFFFFFFF0}};
   const auto entryOf = [](const Bytes& bytes, uint32_t tag) {
     size_t entry = wordAt(bytes, 4, 4) + 2;
     while (wordAt(bytes, entry, 2) != tag) entry += 12;
     return entry;
   };
   const Bytes grey = fileOf({kBlack0, 8});
-  for (const auto& [tag, type, count, value] : cases) {
+  for (const auto& [tag, count, value] : cases) {
     Bytes bytes = grey;
     const size_t entry = entryOf(bytes, tag);
-    patch(bytes, entry + 2, 2, type);
+    patch(bytes, entry + 2, 2, value <= 0xFFFF ? TIFF_SHORT : TIFF_LONG);
     patch(bytes, entry + 4, 4, count);
-    if (value != kSame || count == 1) patch(bytes, entry + 8, 4, value);
+    if (value != kSame) patch(bytes, entry + 8, 4, value);
     EXPECT_TRUE(readImage(bytes).rows.empty()) << tag << " " << count << " " << value;
     EXPECT_STRNE(gfxLastError(), "");
   }

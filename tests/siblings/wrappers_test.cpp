@@ -14,9 +14,6 @@ namespace {
 
 using Pixel = std::array<uint8_t, 4>;  // bilevel ones have their bit in the first place
 
-constexpr uint32_t kFormats[] = {kZeroBlack,       kRgb,      kGrey,      kCmyk,           kBits,
-                                 GFX_FORMAT(1, 5), kRgbAlpha, kGreyAlpha, GFX_FORMAT(1, 9)};
-
 bool hasAlpha(const Image& image) {
   return image.format == kRgbAlpha || image.format == kGreyAlpha;
 }
@@ -48,7 +45,7 @@ void put(Image& image, uint32_t x, uint32_t y, const Pixel& pixel) {
 
 // Noise, also behind the last pixels of the rows.
 Image randomImage(std::mt19937& random, int width, int height, uint32_t seed) {
-  Image image = blank(uint32_t(width), uint32_t(height), kFormats[seed % 9]);
+  Image image = blank(uint32_t(width), uint32_t(height), kAllFormats[seed % 9]);
   for (uint8_t& byte : image.rows)
     byte = uint8_t(image.isBilevel() ? random() & random() : random());
   // Clear and opaque pixels are what there is most of.
