@@ -1,7 +1,6 @@
 // Files that need no codec library: Group 4 data, raw rows, BMP, PNM and PDF. What is read is
 // spelled byte by byte; the library's own decoder reads the Group 4 data.
 
-#include <array>
 #include <random>
 #include <string>
 
@@ -181,27 +180,19 @@ TEST(BmpAndPnmFiles, AreReadWhenTheyAreWhole) {
 TEST(BmpAndPnmFiles, ThatClaimTooMuchAreRefused) {
   constexpr int kMost = INT32_MAX;
   const std::string few(100, '\0');
-  std::vector<std::string> files = {bmp(1, INT32_MIN, 1, 0, kBlackWhite, few),
-                                    "BMP is no text",
-                                    "P2 1 1 255\n-1",
-                                    "P1 1 1 2",
-                                    "P5 2147483647 2147483647 255\n" + few,
-                                    "P1 2147483647 1\n" + few,
-                                    "P6 4294967297 1 255\n" + few,
-                                    "P5 1 1 65536\n" + few,
-                                    "P5 1 1 0\n" + few,
-                                    "P4 0 1\n" + few};
-  for (const uint32_t headerSize : {125, 108, 0})
-    files.push_back(bmp(1, 1, 24, 0, "", few, 0, headerSize));
-  for (const auto& [width, height, bits, compression] : {std::array{kMost, kMost, 32, 0},
-                                                         {kMost, 1, 24, 0},
-                                                         {-1, 1, 24, 0},
-                                                         {1, 0, 24, 0},
-                                                         {1, 1, 5, 0},
-                                                         {1, 1, 8, 1},
-                                                         {1, 1, 24, 3},
-                                                         {1, 1, 32, 4}})
+  const int bmpHeads[][4] = {{kMost, kMost, 32, 0}, {1, INT32_MIN, 24, 0}, {kMost, 1, 24, 0},
+                             {-1, 1, 24, 0},        {1, 0, 24, 0},         {1, 1, 5, 0},
+                             {1, 1, 8, 1},          {1, 1, 24, 3},         {1, 1, 32, 4}};
+  const char* const heads[] = {"BMP is no text",    "P5 2147483647 2147483647 255\n",
+                               "P1 2147483647 1\n", "P6 4294967297 1 255\n",
+                               "P5 1 1 65536\n",    "P5 1 1 0\n",
+                               "P4 0 1\n",          "P2 1 1 255\n-1",
+                               "P1 1 1 2"};
+  std::vector<std::string> files;
+  for (const auto& [width, height, bits, compression] : bmpHeads)
     files.push_back(bmp(width, height, uint32_t(bits), uint32_t(compression), "", few));
+  for (const uint32_t size : {125, 108, 0}) files.push_back(bmp(1, 1, 24, 0, "", few, 0, size));
+  for (const char* head : heads) files.push_back(head + few);
   for (const std::string& file : files) {
     EXPECT_TRUE(readImage(bytesOf(file)).rows.empty()) << testing::PrintToString(file);
     EXPECT_STRNE(gfxLastError(), "");

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <memory>
 #include <random>
@@ -42,29 +41,18 @@ Bytes temporaryBytes() {
 
 // ---- Files made by libtiff ---------------------------------------------------------------------
 
-using SetTags = std::function<void(TIFF*)>;
+using Levels = std::vector<uint16_t>;
 
 struct Shape {
   uint16_t photometric = kBlack0, bits = 8, samples = 1;
-  SetTags more = nullptr;
+  uint16_t extraSample = 0;  // its kind, where there is one
+  int across = 0, down = 0;  // pixels to a sample of chroma
+  Levels red{}, green{};     // of a palette, in which blue is as red
   bool isTiled = false, isSeparate = false;
   int compression = COMPRESSION_LZW, fillOrder = FILLORDER_MSB2LSB;
+  uint16_t unit = RESUNIT_INCH;
+  double xResolution = 0, yResolution = 0;
 };
-
-SetTags extraSample(uint16_t kind) {
-  return [kind](TIFF* tiff) { TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &kind); };
-}
-
-SetTags chromaFor(int across, int down) {
-  return [=](TIFF* tiff) { TIFFSetField(tiff, TIFFTAG_YCBCRSUBSAMPLING, across, down); };
-}
-
-// Blue is as red.
-SetTags palette(const std::vector<uint16_t>& red, const std::vector<uint16_t>& green) {
-  return [=](TIFF* tiff) {
-    TIFFSetField(tiff, TIFFTAG_COLORMAP, red.data(), green.data(), red.data());
-  };
-}
 
 // Adds a page of noise, in 3 strips or 6 tiles a plane.
 void addPage(TIFF* tiff, const Shape& shape) {
@@ -80,7 +68,13 @@ void addPage(TIFF* tiff, const Shape& shape) {
       {shape.isTiled ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP, 16}};
   for (const auto& [tag, value] : tags) TIFFSetField(tiff, tag, value);
   if (shape.isTiled) TIFFSetField(tiff, TIFFTAG_TILEWIDTH, 32);
-  if (shape.more) shape.more(tiff);
+  if (shape.extraSample > 0) TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &shape.extraSample);
+  if (shape.across > 0) TIFFSetField(tiff, TIFFTAG_YCBCRSUBSAMPLING, shape.across, shape.down);
+  if (!shape.red.empty())
+    TIFFSetField(tiff, TIFFTAG_COLORMAP, shape.red.data(), shape.green.data(), shape.red.data());
+  TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, shape.unit);
+  if (shape.xResolution > 0) TIFFSetField(tiff, TIFFTAG_XRESOLUTION, shape.xResolution);
+  if (shape.yResolution > 0) TIFFSetField(tiff, TIFFTAG_YRESOLUTION, shape.yResolution);
   std::mt19937 random(5);
   const uint32_t planes = shape.isSeparate ? shape.samples : 1, pieces = shape.isTiled ? 6 : 3;
   for (uint32_t number = 0; number < planes * pieces; ++number) {
@@ -150,19 +144,21 @@ TEST(TiffFiles, OfEveryLayoutAreRead) {
       {{kWhite0, 4}, kGrey},
       {{kBlack0, 8}, kGrey},
       {{kWhite0, 16}, kGrey, kTiled},
-      {{kBlack0, 8, 2, extraSample(2)}, kGreyAlpha, kTiled + kSeparate},
+      {{kBlack0, 8, 2, 2}, kGreyAlpha, kTiled + kSeparate},
       {{kLight, 8, 3}, kRgb},
       {{kLight, 16, 3}, kRgb},
-      {{kLight, 8, 4, extraSample(1)}, kRgbAlpha},
-      {{kLight, 8, 4, extraSample(2)}, kRgbAlpha},
+      {{kLight, 8, 4, 1}, kRgbAlpha},
+      {{kLight, 8, 4, 2}, kRgbAlpha},
       {{kInk, 8, 4}, kCmyk},
-      {{kColours, 1, 1, palette({0, 0xFFFF}, {0, 0xFFFF})}, kBits},
-      {{kColours, 1, 1, palette({0xFF, 0}, {0xFF, 0})}, kBits},  // the lower half is filled
-      {{kColours, 1, 1, palette({0, 0xFFFF}, {0, 0x7FFF})}, kRgb},
-      {{kColours, 2, 1, palette({0, 0x1234, 3, 4}, {0, 0x1234, 3, 4})}, kGrey},
-      {{kChroma, 8, 3, chromaFor(1, 1)}, kRgb, kSeparate},
-      {{kChroma, 8, 3, chromaFor(2, 2)}, kRgb, kSeparate},
-      {{kChroma, 8, 3, chromaFor(4, 2)}, kRgb, kSeparate}};
+      {{.photometric = kColours, .bits = 1, .red = {0, 0xFFFF}, .green = {0, 0xFFFF}}, kBits},
+      // The levels of some files fill the lower halves of their words only.
+      {{.photometric = kColours, .bits = 1, .red = {0xFF, 0}, .green = {0xFF, 0}}, kBits},
+      {{.photometric = kColours, .bits = 1, .red = {0, 0xFFFF}, .green = {0, 0x7FFF}}, kRgb},
+      {{.photometric = kColours, .bits = 2, .red = {0, 0x1234, 3, 4}, .green = {0, 0x1234, 3, 4}},
+       kGrey},
+      {{.photometric = kChroma, .samples = 3, .across = 1, .down = 1}, kRgb, kSeparate},
+      {{.photometric = kChroma, .samples = 3, .across = 2, .down = 2}, kRgb, kSeparate},
+      {{.photometric = kChroma, .samples = 3, .across = 4, .down = 2}, kRgb, kSeparate}};
   for (auto [shape, format, unknown] : cases)
     for (int variant = 0; variant < 8; ++variant) {
       if (variant & unknown) continue;
@@ -209,11 +205,8 @@ TEST(TiffFiles, HavePagesWithResolutions) {
                {2, RESUNIT_INCH, 0, 0, {0, 0}, 0}};
   Tiff tiff = openTemporary("w");
   for (const auto& page : pages)
-    addPage(tiff.get(), {kBlack0, page.bits, 1, [&](TIFF* to) {
-                           TIFFSetField(to, TIFFTAG_RESOLUTIONUNIT, page.unit);
-                           if (page.x > 0) TIFFSetField(to, TIFFTAG_XRESOLUTION, page.x);
-                           if (page.y > 0) TIFFSetField(to, TIFFTAG_YRESOLUTION, page.y);
-                         }});
+    addPage(tiff.get(),
+            {.bits = page.bits, .unit = page.unit, .xResolution = page.x, .yResolution = page.y});
   tiff.reset();
   Bytes bytes = temporaryBytes();
   for (uint32_t i = 0; i < 4; ++i) {
