@@ -191,7 +191,7 @@ TEST(BmpAndPnmFiles, ThatClaimTooMuchAreRefused) {
   std::vector<std::string> files;
   for (const auto& [width, height, bits, compression] : bmpHeads)
     files.push_back(bmp(width, height, uint32_t(bits), uint32_t(compression), "", few));
-  for (const uint32_t size : {125, 108, 0}) files.push_back(bmp(1, 1, 24, 0, "", few, 0, size));
+  for (const uint32_t size : {125U, 108U, 0U}) files.push_back(bmp(1, 1, 24, 0, "", few, 0, size));
   for (const char* head : heads) files.push_back(head + few);
   for (const std::string& file : files) {
     EXPECT_TRUE(readImage(bytesOf(file)).rows.empty()) << testing::PrintToString(file);

@@ -15,8 +15,8 @@ Image slopes(uint32_t height, uint32_t format) {
   Image image{kWidth, height, format};
   for (size_t i = 0; i < height * image.rowBytes(); ++i) {
     const size_t x = i % image.rowBytes(), y = i / image.rowBytes();
-    image.rows.push_back(
-        uint8_t(image.isBilevel() ? (x + y / 16) % 2 * 255 : x / image.samples() + y / 20));
+    const size_t level = x / image.samples() + y / 20 + x % image.samples() * 30;
+    image.rows.push_back(uint8_t(image.isBilevel() ? (x + y / 16) % 2 * 255 : level));
   }
   return image;
 }
