@@ -76,56 +76,28 @@ TEST(WrittenFiles, HoldEveryKindOfPixels) {
     }
 }
 
-// ---- Streams that fail -------------------------------------------------------------------------
-
-struct Format {
-  const char* name;
-  uint32_t pixels, height;
-  GfxInstance* (*writer)(RleStream*);
-  Image (*read)(RleStream*);
-};
-
-template <int32_t kFileFormat>
-GfxInstance* fileWriter(RleStream* stream) {
-  return gfxInitWriteRaster(stream, kFileFormat);
-}
-
-Image readFile(RleStream* stream) { return readImage(stream); }
-
-constexpr Format kFormats[] = {
-    {"TIFF", kGrey, kManyRows, fileWriter<GFX_TIFF>, readFile},
-    {"BMP", kBits, 7, fileWriter<GFX_BMP>, readFile},
-    {"PDF", kBits, 7, fileWriter<GFX_PDF>, nullptr},
-    {"PNG", kRgb, 7, fileWriter<GFX_PNG>, readFile},
-    {"JPEG", kCmyk, 7, fileWriter<GFX_JPEG>, readFile},
-    {"PNM", kBits, 7, fileWriter<GFX_PNM>, readFile},
-    {"Group 4", kBits, 7, [](RleStream* stream) { return gfxInitWriteG4(stream, 1); },
-     [](RleStream* stream) { return readRows(gfxInitReadG4(stream, kWidth, 7, 0, 7, 0, 1)); }},
-};
-
-TEST(StreamsThatFail, FailWhatIsWrittenOrRead) {
-  for (const Format& format : kFormats) {
-    SCOPED_TRACE(format.name);
-    Image image{kWidth, format.height, format.pixels};  // zeros, which make small files
-    image.rows.resize(image.height * image.rowBytes());
-    const auto write = [&](ByteStream& stream) {
-      return writeRows(format.writer(&stream), image, {300, 300, GFX_DEFLATE, 0});
-    };
-    ByteStream sound;
-    ASSERT_TRUE(write(sound));
-    for (int64_t number = 0; number < sound.operations; ++number) {
+TEST(StreamsThatFail, FailTheirWriter) {
+  constexpr int32_t kGroup4Data = -1;
+  const struct {
+    int32_t fileFormat;
+    uint32_t pixels, height;
+  } cases[] = {{GFX_TIFF, kGrey, kManyRows}, {GFX_BMP, kBits, 7},  {GFX_PDF, kBits, 7},
+               {GFX_PNG, kRgb, 7},           {GFX_JPEG, kCmyk, 7}, {GFX_PNM, kBits, 7},
+               {kGroup4Data, kBits, 7}};
+  for (const auto& [fileFormat, pixels, height] : cases) {
+    SCOPED_TRACE(fileFormat);
+    Image image{kWidth, height, pixels};  // zeros, which make small files
+    image.rows.resize(height * image.rowBytes());
+    bool isWritten = false;
+    for (int64_t number = 0; !isWritten; ++number) {
       ByteStream stream;
       stream.failAt = number;
-      EXPECT_FALSE(write(stream)) << number;
-      EXPECT_STRNE(gfxLastError(), "");
-    }
-    if (!format.read) continue;
-    sound.operations = int64_t(sound.position = 0);
-    ASSERT_FALSE(format.read(&sound).rows.empty());
-    for (int64_t number = 0; number < sound.operations; ++number) {
-      ByteStream stream(sound.bytes);
-      stream.failAt = number;
-      EXPECT_TRUE(format.read(&stream).rows.empty()) << number;
+      isWritten = fileFormat == kGroup4Data ? writeRows(gfxInitWriteG4(&stream, 1), image)
+                                            : writeImage(&stream, fileFormat, image, GFX_DEFLATE);
+      EXPECT_EQ(isWritten, !stream.failed) << number;
+      EXPECT_EQ(isWritten, *gfxLastError() == '\0') << number;
+      // libtiff would try to write the rest when it closes a file.
+      EXPECT_TRUE(isWritten || fileFormat != GFX_TIFF || stream.operations == number + 1);
     }
   }
 }
