@@ -100,7 +100,7 @@ inline Image readImage(RleStream* stream, uint32_t page = 0) {
   const GfxImageInfo info = infoOf(stream, page);
   if (info.pageCount == 0) return {};
   GfxInstance* const reader = gfxInitReadRaster(stream, page, 0, info.height);
-  const Image image = reader ? readRows(reader) : Image{};
+  Image image = reader ? readRows(reader) : Image{};
   EXPECT_TRUE(image.rows.empty() || (image.width == info.width && image.height == info.height &&
                                      image.format == info.format));
   return image;
@@ -113,7 +113,7 @@ inline GfxImageInfo infoOf(const Bytes& file, uint32_t page = 0) {
 
 inline Image readImage(const Bytes& file, uint32_t page = 0) {
   ByteStream stream(file);
-  const Image image = readImage(&stream, page);
+  Image image = readImage(&stream, page);
   EXPECT_TRUE(image.rows.empty() || !stream.failed) << "something was read beyond the end";
   return image;
 }
