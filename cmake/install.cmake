@@ -39,5 +39,6 @@ write_basic_package_version_file(rleConfigVersion.cmake COMPATIBILITY SameMajorV
 install(FILES ${PROJECT_BINARY_DIR}/rleConfig.cmake ${PROJECT_BINARY_DIR}/rleConfigVersion.cmake
         DESTINATION ${package_dir})
 if(RLE_BUILD_TOOLS)
+  install(TARGETS rle_program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES ${PROJECT_SOURCE_DIR}/docs/rle.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()

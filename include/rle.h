@@ -515,10 +515,10 @@ RLE_API void rleEndSppPoly(void);
  * With a dashCount above 0 the line is dashed: `dashes` holds dashCount lengths, on, off, on, off
  * and so on, repeated; with an odd count, on and off change places each time. A length counts
  * steps of one pixel along the longer axis of a segment, and one of 0 lasts one step. dashOffset
- * is how far into the pattern the line begins; below 0 it makes the first dash longer. In mode 0
- * the gaps are painted too, in colour 0 of that mode, and there are end caps; in other modes the
- * gaps stay as they are and a dashed line has no caps. When no length is above 0, or dashCount is
- * below 1, the line is solid.
+ * is how far into the pattern the line begins; below 0 it makes the first dash longer, above 0 it
+ * says nothing when all lengths are 0. In mode 0 the gaps are painted too, in colour 0 of that
+ * mode, and there are end caps; in other modes the gaps stay as they are and a dashed line has no
+ * caps. With a dashCount below 1 the line is solid.
  *
  * Vertices may lie anywhere; only what lies inside the image is painted, and what lies outside
  * costs next to nothing. When memory runs out, the rest of the line is not drawn.
@@ -781,8 +781,8 @@ RLE_API RleRect* rleLoadRectFromCCITTG4(RleStream* stream, int32_t width, int32_
  * Rows need not be valid. Empty runs are skipped; a run that touches or overlaps the one before it
  * is joined to it, and the earlier run's end is raised in the image too, when its row's turn comes;
  * a run that overlaps the one before it and starts to the left of it is ignored; what lies beyond
- * the width is clipped. Valid rows are coded without allocating memory; for others some is needed,
- * and -1 is also the answer when there is none.
+ * the width is clipped. No memory is allocated, but for rows of more than 2,048 runs that are not
+ * valid, and then -1 is also the answer when there is none.
  */
 RLE_API int32_t rleUnloadRectFromCCITTG4(RleStream* stream, RleRect* rect);
 
@@ -829,8 +829,9 @@ RLE_API int32_t rleReWriteByteCountOfTiffTag(RleStream* stream, uint32_t byteCou
 /**
  * 1 when the stream holds a one-strip Group 4 TIFF file of either byte order, 0 when it holds
  * anything else or cannot be read. The file header is expected at the current position, and offsets
- * in the file count from the start of the stream. The stream gets back the position and the byte
- * order it had; but where the file was cut off its error state stays set.
+ * in the file count from the start of the stream. The stream gets back the position it had. Its
+ * byte order is the file's from then on, big-endian when that could not be told; and where the file
+ * was cut off its error state stays set.
  *
  * `info` receives what was found, as far as the reading went; fields that the file does not mention
  * keep their values, so clear the record first. It may be null.

@@ -21,7 +21,7 @@ struct RleDashMark {
 
 // The dash pattern of a line.
 struct DashPattern {
-  std::span<const uint8_t> lengths;  // not all 0
+  std::span<const uint8_t> lengths;  // at least one
   int32_t offset;
 };
 

@@ -157,12 +157,10 @@ extern "C" void rleFatLine(RleRect* image, int32_t count, RlePoint* points, int3
   const std::span<const RlePoint> line(points, size_t(count));
   std::span<const uint8_t> lengths;
   if (dashCount > 0) lengths = {dashes, size_t(dashCount)};
-  // Lengths that are all 0 describe no dashes: the line is then solid.
-  const bool dashed = std::any_of(lengths.begin(), lengths.end(), [](auto n) { return n > 0; });
   rleBeginSppPoly();
-  if (dashed)
-    rle::drawDashed(style, line, {lengths, dashOffset}, colour, mode == 0);
-  else
+  if (lengths.empty())
     rle::drawSolid(style, line);
+  else
+    rle::drawDashed(style, line, {lengths, dashOffset}, colour, mode == 0);
   rleEndSppPoly();
 }

@@ -16,10 +16,9 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
-#include <memory>
 
 #include "draw/rounding.h"
-#include "model/owners.h"
+#include "model/thread_end.h"
 #include "rle.h"
 
 namespace rle {
@@ -32,18 +31,19 @@ constexpr double kMostRows = 65535;  // as many as an image has, so as many as c
 // for, also when there was no memory: the array is then null, and stays so until more is wanted.
 template <class T>
 struct SppArray {
-  std::unique_ptr<T[], FreeWith<std::free>> items;
+  T* items = nullptr;
   int32_t capacity = 0;
 
   void grow(int32_t count) {
     if (count <= capacity) return;
-    items.reset();
-    items.reset(static_cast<T*>(std::malloc(size_t(count) * sizeof(T))));
+    std::free(items);
+    items = static_cast<T*>(std::malloc(size_t(count) * sizeof(T)));
     capacity = count;
   }
 
   void release() {
-    items.reset();
+    std::free(items);
+    items = nullptr;
     capacity = 0;
   }
 };
@@ -54,9 +54,16 @@ struct SppScratch {
   SppArray<RlePoint> points;  // of spans, per row
   SppArray<int32_t> widths;
   int32_t nesting = 0;  // open brackets
+
+  void release() {
+    visits.release();
+    points.release();
+    widths.release();
+  }
 };
 
-thread_local SppScratch scratch;
+constinit thread_local SppScratch scratch;
+const ThreadEnd scratchEnd([](void* held) { static_cast<SppScratch*>(held)->release(); });
 
 // Rows [first, end). Doubles, since vertices may lie anywhere.
 struct Rows {
@@ -166,10 +173,12 @@ SppSpans sppSpans(const RleRect& image, std::span<const RleDPoint> polygon, int3
   const double last = std::ceil(lowest) - 1;
   const double rows = last - first + 1;
   SppScratch& held = scratch;
+  scratchEnd.expect(&held);
   held.points.grow(int32_t(std::min(rows, kMostRows)));
   held.widths.grow(int32_t(std::min(rows, kMostRows)));
   held.visits.grow(count);
-  if (!held.points.items || !held.widths.items || !held.visits.items) return {};
+  if (held.points.items == nullptr || held.widths.items == nullptr || held.visits.items == nullptr)
+    return {};
   if (count < 3 || rows < 1) return {};
 
   const double imageTop = -double(yOffset);
@@ -183,7 +192,7 @@ SppSpans sppSpans(const RleRect& image, std::span<const RleDPoint> polygon, int3
   };
   auto row = int32_t(seen.first + yOffset);
   int32_t spans = 0;
-  SppWalk walk(vertices, count, top, held.visits.items.get());
+  SppWalk walk(vertices, count, top, held.visits.items);
   walk.run(last, seen, [&](double x1, double x2) {
     const int32_t start = column(std::min(x1, x2));
     const int32_t end = column(std::max(x1, x2));
@@ -191,7 +200,7 @@ SppSpans sppSpans(const RleRect& image, std::span<const RleDPoint> polygon, int3
     held.widths.items[uint32_t(spans)] = end - start;
     spans += start < end;
   });
-  return {spans, held.points.items.get(), held.widths.items.get()};
+  return {spans, held.points.items, held.widths.items};
 }
 
 // While x stays within a power of two, all sums are rounded to multiples of the same unit, and to
@@ -240,9 +249,7 @@ void rleEndSppPoly(void) {
   rle::SppScratch& held = rle::scratch;
   if (--held.nesting >= 1) return;
   held.nesting = 0;
-  held.visits.release();
-  held.points.release();
-  held.widths.release();
+  held.release();
 }
 
 void rleFillSppPoly(RleRect* image, int32_t count, RleDPoint* points, int32_t xOffset,

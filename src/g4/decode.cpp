@@ -11,6 +11,9 @@ namespace {
 
 constexpr int32_t kMaxSize = 65535;  // pixels, either way
 
+// Pages up to this width are decoded without memory but for their runs: 33 KB of stack will do.
+constexpr int32_t kOrdinaryWidth = 8192;
+
 // Two changing elements make a run, and lie in memory as it does.
 static_assert(sizeof(RleRun) == 2 * sizeof(uint16_t));
 
@@ -33,7 +36,11 @@ extern "C" RleRect* rleLoadRectFromCCITTG4(RleStream* stream, int32_t width, int
   rle::OwnedRect rect(rleNewRect(uint32_t(width), uint32_t(height), uint16_t(resolution)));
   if (!rect) return nullptr;
   RowDecoder decoder(stream, uint32_t(width), lsbFirst != 0);
-  if (!decoder.allocate()) return nullptr;
+  uint16_t memory[RowDecoder::memorySize(kOrdinaryWidth)] = {};
+  if (width <= kOrdinaryWidth)
+    decoder.use(memory);
+  else if (!decoder.allocate())
+    return nullptr;
   // Rows beyond the height are decoded too: the data ends where its EOFB says so.
   for (int32_t y = 0;;) {
     const RowDecoder::Result result = decoder.next();

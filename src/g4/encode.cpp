@@ -1,11 +1,9 @@
 // An image to Group 4 data.
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 
 #include "g4/row_encoder.h"
-#include "model/owners.h"
+#include "model/heap_array.h"
 #include "rle.h"
 
 namespace rle::g4 {
@@ -28,7 +26,8 @@ bool inOrder(Elements row, uint32_t width) {
 }
 
 // Makes the lists of changing elements. Those of valid rows are the runs themselves; others are
-// written to memory of two rows in turn, for the row above is still needed.
+// written to memory of two rows in turn, for the row above is still needed. Rows of ordinary length
+// find it here, longer ones on the heap.
 class RowLists {
  public:
   explicit RowLists(uint32_t width) : width_(width) {}
@@ -37,12 +36,13 @@ class RowLists {
   bool list(RleLine& line, Elements& row) {
     row = {reinterpret_cast<const uint16_t*>(line.runs), 2U * line.count};
     if (inOrder(row, width_)) return row.count <= kMaxElements;
-    if (!memory_) {
-      memory_.reset(static_cast<uint16_t*>(std::malloc(2 * kMaxElements * sizeof(uint16_t))));
-      if (!memory_) return false;
-    }
     second_ = !second_;
-    uint16_t* const elements = memory_.get() + (second_ ? kMaxElements : 0);
+    uint16_t* elements = ordinary_[second_ ? 1 : 0];
+    if (row.count > kOrdinary) {
+      if (!long_) long_ = newArray<uint16_t>(2 * kMaxElements);
+      if (!long_) return false;
+      elements = long_.get() + (second_ ? kMaxElements : 0);
+    }
     row = {elements, 0};
     return sortOut(line, elements, row.count);
   }
@@ -68,9 +68,12 @@ class RowLists {
     return true;
   }
 
+  static constexpr uint32_t kOrdinary = 4096;  // elements; 16 KiB of stack
+
   uint32_t width_;
-  std::unique_ptr<uint16_t, FreeWith<std::free>> memory_;
   bool second_ = false;
+  uint16_t ordinary_[2][kOrdinary];  // left as it is: only elements of the row are looked at
+  HeapArray<uint16_t> long_;
 };
 
 }  // namespace

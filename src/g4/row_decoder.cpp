@@ -45,11 +45,6 @@ namespace {
 // Imaginary elements: b1 is at most the third of them, and b2 the one behind it.
 constexpr uint32_t kImaginary = 4;
 
-// In front of a row's memory: what lies left of its first element. Behind it: what lanes that turn
-// out not to count may touch.
-constexpr uint32_t kBefore = kLanes;
-constexpr uint32_t kBehind = kImaginary + 2 * kLanes;
-
 // White and black take 4 and 2 bits at least.
 constexpr uint32_t kShortestPair = 6;
 
@@ -232,15 +227,18 @@ class RowDecoder::Row {
 RowDecoder::RowDecoder(RleStream* stream, uint32_t width, bool lsbFirst)
     : stream_(stream), byteBits_(kByteBits[lsbFirst ? 1 : 0].data()), width_(width) {}
 
-bool RowDecoder::allocate() {
-  // A row has at most one element in every column and one at the width.
-  const size_t rowSize = kBefore + width_ + 1 + kBehind;
-  memory_.reset(static_cast<uint16_t*>(std::calloc(2 * rowSize, sizeof(uint16_t))));
-  if (!memory_) return false;
-  reference_ = memory_.get() + kBefore;
-  coding_ = reference_ + rowSize;
+void RowDecoder::use(uint16_t* memory) {
+  // Lanes that turn out not to count may lie there.
+  static_assert(kBefore == kLanes && kBehind == kImaginary + 2 * kLanes);
+  reference_ = memory + kBefore;
+  coding_ = reference_ + rowSize(width_);
   std::fill_n(reference_, kImaginary, uint16_t(width_));
-  return true;
+}
+
+bool RowDecoder::allocate() {
+  memory_ = zeroedArray<uint16_t>(memorySize(width_));
+  if (memory_) use(memory_.get());
+  return memory_ != nullptr;
 }
 
 RowDecoder::Result RowDecoder::finish(const Row& row, uint32_t bitsLeft) {

@@ -6,10 +6,8 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
-#include "model/owners.h"
+#include "model/heap_array.h"
 #include "rle.h"
 
 namespace rle::g4 {
@@ -23,7 +21,13 @@ class RowDecoder {
   // code. `lsbFirst` tells which bit of a byte comes first. `width` is at most 65535.
   RowDecoder(RleStream* stream, uint32_t width, bool lsbFirst);
 
-  // Working memory; false when there is none.
+  // Working memory, in numbers, for rows of this width. A row has at most one element in every
+  // column and one at the width; around them there is room to look too far.
+  static constexpr size_t memorySize(uint32_t width) { return 2 * rowSize(width); }
+
+  // Works in `memory`, which is all 0 and stays the caller's, or in memory of its own; false when
+  // there is none.
+  void use(uint16_t* memory);
   bool allocate();
 
   enum class Result {
@@ -44,6 +48,10 @@ class RowDecoder {
  private:
   class Row;
 
+  // Left of a row's first element, and behind its last one.
+  static constexpr uint32_t kBefore = 8, kBehind = 20;
+  static constexpr size_t rowSize(uint32_t width) { return kBefore + width + 1 + kBehind; }
+
   Result finish(const Row& row, uint32_t bitsLeft);
 
   RleStream* stream_;
@@ -54,7 +62,7 @@ class RowDecoder {
   uint32_t referenceCount_ = 0;
   uint16_t* reference_ = nullptr;
   uint16_t* coding_ = nullptr;
-  std::unique_ptr<uint16_t, FreeWith<std::free>> memory_;
+  HeapArray<uint16_t> memory_;
 };
 
 }  // namespace rle::g4

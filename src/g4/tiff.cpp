@@ -244,11 +244,11 @@ bool Reader::accept(const Field& field, RleTiffG4Info& info) {
 // 0 when the rational cannot be read; one without a value says as little as none at all.
 uint32_t Reader::roundedRational(uint32_t offset) {
   if (!seek(offset)) return 0;
-  const uint64_t numerator = get32();
-  const uint64_t denominator = get32();
+  const uint32_t numerator = get32();
+  const uint32_t denominator = get32();
   if (failed()) return 0;
   if (numerator == 0 || denominator == 0) return kUnknownResolution;
-  return uint32_t((numerator + denominator / 2) / denominator);
+  return (numerator + denominator / 2) / denominator;  // a sum of 2^32 and more wraps
 }
 
 // Dots per inch. The low 32 bits of a product that is larger are as good as any.
@@ -305,18 +305,13 @@ extern "C" int32_t rleReWriteByteCountOfTiffTag(RleStream* stream, uint32_t byte
   return patchEntry(stream, kStripByteCounts, byteCount);
 }
 
-// The stream gets back its position and its byte order whatever was found. Without a position on
-// entry the seek goes to -1, which a stream refuses.
+// The stream gets back its position whatever was found. Without a position on entry the seek goes
+// to -1, which a stream refuses.
 extern "C" int32_t rleReadOneStripTiffG4Info(RleStream* stream, RleTiffG4Info* info) {
   const RleStreamOps& ops = *stream->ops;
   const int32_t position = ops.tell(stream);
-  bool accepted = false;
-  if (position != -1) {
-    const int32_t order = ops.getByteOrder(stream) != 0 ? 1 : 0;
-    RleTiffG4Info unwanted = {};
-    accepted = Reader(stream).read(info != nullptr ? *info : unwanted);
-    ops.setByteOrder(stream, order);
-  }
+  RleTiffG4Info unwanted = {};
+  const bool accepted = position != -1 && Reader(stream).read(info != nullptr ? *info : unwanted);
   const bool back = ops.seek(stream, position, 0) == 0;
   return accepted && back ? 1 : 0;
 }

@@ -5,6 +5,7 @@
 
 #include "model/bit_words.h"
 #include "model/owners.h"
+#include "model/thread_end.h"
 #include "rle.h"
 
 namespace rle {
@@ -14,13 +15,11 @@ constexpr int32_t kMaxSize = 65535;  // pixels and rows of an image
 
 // ---- Packing
 
-// Where the runs of a row are gathered before their number is known. It stays from row to row and
-// belongs to one thread, which gives it back when it ends.
+// Where the runs of a row are gathered before their number is known. It stays from row to row; each
+// thread has its own.
 struct PackCache {
   RleRun* runs = nullptr;
   int64_t size = 0;  // runs it was last sized for
-
-  ~PackCache() { clear(); }
 
   void clear() {
     if (runs != nullptr) rleFreeRuns(runs);
@@ -39,11 +38,13 @@ struct PackCache {
 };
 
 constinit thread_local PackCache packCache;
+const ThreadEnd packCacheEnd([](void* cache) { static_cast<PackCache*>(cache)->clear(); });
 
 // Columns [x1, x2) of a packed row. Null `bits` stands for a row that is all white.
 RleLine* packColumns(const uint8_t* bits, int64_t x1, int64_t x2) {
   PackCache& cache = packCache;
   if (!cache.fit(((x2 - x1) >> 1) + 1)) return nullptr;
+  packCacheEnd.expect(&cache);
   uint32_t found = 0;
   const int64_t first = std::max<int64_t>(x1, 0);
   if (bits != nullptr && first < x2) {

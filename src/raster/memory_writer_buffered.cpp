@@ -110,27 +110,25 @@ std::optional<uint32_t> scaled(uint32_t size, double factor) {
 
 // The smaller image is the one turned. Both ways the new sizes are those of the image as it came,
 // also where the turn exchanges its sides.
-OwnedInstance transform(RleMemoryWriterState& state, OwnedInstance rows) {
-  if (state.scale == 1.0) {
-    rows = wrap(std::move(rows), gfxInitRotate, state.rotation);
-    if (!rows) failure(state, "can not create gfx instance for rotation.");
-    return rows;
-  }
+bool transform(RleMemoryWriterState& state, OwnedInstance& rows) {
+  if (state.scale == 1.0)
+    return extend(rows, gfxInitRotate, state.rotation) ||
+           failure(state, "can not create gfx instance for rotation.") != 0;
   const auto width = scaled(state.width, state.scale), height = scaled(state.height, state.scale);
-  if (!width || !height) return nullptr;
-  if (state.scale > 1.0) rows = wrap(std::move(rows), gfxInitRotate, state.rotation);
-  rows = wrap(std::move(rows), gfxInitMinScaleWidth, *width);
-  rows = wrap(std::move(rows), gfxInitMinScaleHeight, *height);
-  if (state.scale < 1.0) rows = wrap(std::move(rows), gfxInitRotate, state.rotation);
-  return rows;
+  if (!width || !height) return false;
+  const bool enlarges = state.scale > 1.0;
+  return (!enlarges || extend(rows, gfxInitRotate, state.rotation)) &&
+         extend(rows, gfxInitMinScaleWidth, *width) &&
+         extend(rows, gfxInitMinScaleHeight, *height) &&
+         (enlarges || extend(rows, gfxInitRotate, state.rotation));
 }
 
 // Rows that cannot be read become copies of the buffer, so that the file has all its rows. The
 // buffer holds a row of the pixels that were announced as well as of those that the reader reports.
 int32_t copyRows(RleMemoryWriterState& state, GfxInstance& reader, GfxInstance& writer,
-                 const GfxImageDesc& description) {
+                 const GfxImageDesc& description, HeapArray<uint8_t>& row) {
   const int32_t bits = std::max(bitsPerPixel(state.pixelFormat), bitsPerPixel(description.format));
-  const HeapArray<uint8_t> row = newRow(description.width, bits);
+  row = newRow(description.width, bits);
   if (!row) return failure(state, "can not allocate memory.");
   const auto headBytes =
       size_t(std::min<uint64_t>(4, (uint64_t{description.width} * uint32_t(bits) + 7) / 8));
@@ -147,15 +145,15 @@ int32_t copyRows(RleMemoryWriterState& state, GfxInstance& reader, GfxInstance& 
   return 1;
 }
 
-// The owners are released from the last to the first: rows before the stream that they come from.
+// A failure releases the owners from the last to the first.
 int32_t convert(RleMemoryWriterState& state) {
+  GfxOutputParams parameters = {state.resolution, state.resolution, 0, 0};
+  HeapArray<uint8_t> row;
+  OwnedInstance writer, rows;
   OwnedStream source = openCollected(state);
   if (!source) return failure(state, "can not create XIO stream.");
-  GfxOutputParams parameters = {state.resolution, state.resolution, 0, 0};
-  OwnedInstance writer;
-  OwnedInstance rows = newReader(state, source.get());
-  if (rows) rows = transform(state, std::move(rows));
-  if (!rows) return 0;
+  rows = newReader(state, source.get());
+  if (!rows || !transform(state, rows)) return 0;
 
   GfxImageDesc description = {};
   if (!begin(*rows, description)) return failure(state, "can not read header.");
@@ -166,7 +164,7 @@ int32_t convert(RleMemoryWriterState& state) {
   writer.reset(gfxInitWriteRaster(state.output, state.format));
   if (!writer) return failure(state, "can not create gfx instance.");
   if (!begin(*writer, description)) return failure(state, "can not write header.");
-  if (copyRows(state, *rows, *writer, description) == 0) return 0;
+  if (copyRows(state, *rows, *writer, description, row) == 0) return 0;
 
   if (!end(std::move(rows)) || !end(std::move(writer))) return failure(state, "end call faild.");
   RleStream* const stream = source.release();

@@ -57,15 +57,24 @@ struct EndInstance {
 using OwnedInstance = std::unique_ptr<GfxInstance, EndInstance>;
 using OwnedInfo = std::unique_ptr<GfxImageInfo, FreeWith<gfxFreeImageInfo>>;
 
-// The instance that `make` wraps around a source. Without one the source, which a constructor that
-// fails leaves to its caller, is ended. A null source stays null.
+// Puts the instance that `make` wraps around a chain in its place. A constructor that fails leaves
+// the chain as it was.
 template <class... Arguments>
-OwnedInstance wrap(OwnedInstance source, GfxInstance* (*make)(GfxInstance*, Arguments...),
+bool extend(OwnedInstance& chain, GfxInstance* (*make)(GfxInstance*, Arguments...),
+            std::type_identity_t<Arguments>... arguments) {
+  GfxInstance* const wrapper = make(chain.get(), arguments...);
+  if (wrapper == nullptr) return false;
+  static_cast<void>(chain.release());  // it belongs to the wrapper now
+  chain.reset(wrapper);
+  return true;
+}
+
+// The same for those who have no use for the chain then: it is ended. A null chain stays null.
+template <class... Arguments>
+OwnedInstance wrap(OwnedInstance chain, GfxInstance* (*make)(GfxInstance*, Arguments...),
                    std::type_identity_t<Arguments>... arguments) {
-  if (!source) return nullptr;
-  OwnedInstance wrapper(make(source.get(), arguments...));
-  if (wrapper) static_cast<void>(source.release());  // it belongs to the wrapper now
-  return wrapper;
+  if (chain && !extend(chain, make, arguments...)) chain.reset();
+  return chain;
 }
 
 inline bool begin(GfxInstance& instance, GfxImageDesc& description) {

@@ -15,7 +15,7 @@
 //     end #2
 //
 // Misuse is a test failure: an operation on an instance that is wrapped or ended, a row after a
-// failure, a row too many, a stream that is destroyed before what works on it.
+// failure, a row too many.
 
 #pragma once
 

@@ -138,6 +138,10 @@ TEST(MemoryWriter, ReportsEachCallThatFails) {
       const bool done = job.initialized != 0 && job.write(kRows) != 0 && job.flush(0, 3) != 0;
       EXPECT_EQ(done, std::ranges::count(harmless, number) == 1);
       EXPECT_EQ(job.error(), messages[number]);
+      // What was made is released: the stream first, then the chain, then the writer.
+      if (image.format != 0 && messages[number] == head) {
+        EXPECT_THAT(calls(), HasSubstr("}; destroy #1; end #3; end #4; "));
+      }
       if (image.format != 0) continue;
       EXPECT_EQ(number % 2 == 0 ? job.write(kRows) : job.flush(), 0);
       EXPECT_EQ(job.error(), gone) << "the encoder is not used again";

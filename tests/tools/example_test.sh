@@ -20,8 +20,10 @@ status=0
 "$RLE" convert "$page" program.png --rotate 3
 cmp turned.png program.png
 
-# Every option that the help shows stands in the manual page.
-"$RLE" convert --help | grep -oE '^  +(-[a-z]|--[a-z0-9-]+)' | tr -d ' ' | grep -v -- '^-h' |
-  while read -r option; do
-    grep -qF -- "${option//-/\\-}" "$root/docs/rle.1" || fail "docs/rle.1 lacks $option"
-  done
+# The manual page and the help know the same options.
+options() { grep -oE -- '(^|[^a-z0-9-])--?[a-z][a-z0-9-]*' | grep -oE -- '-.*' | sort -u; }
+diff <(for command in '' info convert view component nearest; do
+  # shellcheck disable=SC2086  # no command at first
+  "$RLE" $command --help
+done | options) <(sed 's/\\-/-/g; s/\\f.//g' "$root/docs/rle.1" | options) ||
+  fail "< in the help but not in docs/rle.1, > the other way round"
