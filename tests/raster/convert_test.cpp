@@ -24,7 +24,7 @@ struct Conversion {
 };
 
 bool convert(const Conversion& c) {
-  NamedStream in("in", {}), out("out", {});
+  NamedStream in("in"), out("out");
   return rleConvFromRasterToRaster(&in, &out, c.to, c.rotation, c.scale, c.method) == 1;
 }
 
@@ -45,17 +45,21 @@ TEST(RasterConversion, BuildsChains) {
       {kGrey, 8, 0, 2, 1, 5, "90 80 0 0", minLarger},
   };
   for (const Conversion& c : cases) {
-    const auto name = [](size_t part) { return std::string("#").append(std::to_string(part)); };
     Calls calls = {"gfxGetImageInfo in -> #1", "gfxFreeImageInfo #1",
                    "gfxInitReadRaster in 0 0 3 -> #2"};
-    size_t last = 2;
-    for (const std::string& wrapper : c.chain)
-      calls.push_back("gfxInit" + wrapper + " -> " + name(++last));
-    const std::string chain = name(last), writer = name(last + 1);
+    std::string last = "#2";
+    const auto make = [&](const std::string& constructor) {
+      ++last[1];
+      calls.push_back("gfxInit" + constructor + " -> " + last);
+      return last;
+    };
+    for (const std::string& wrapper : c.chain) make(wrapper);
+    const std::string chain = last;
+    calls.push_back("begin " + chain);
+    const std::string writer = make("WriteRaster out " + std::to_string(c.to));
     // The chain delivers pixels of 24 bits, whatever the file has.
     for (const std::string& call :
-         {"begin " + chain, "gfxInitWriteRaster out " + std::to_string(c.to) + " -> " + writer,
-          "begin " + writer + " 2 2 0x180001 0 0 {" + c.told + "}",
+         {"begin " + writer + " 2 2 0x180001 0 0 {" + c.told + "}",
           "process " + chain + " [000000000000]", "process " + writer + " [010203040506]",
           "process " + chain + " [010203040506]", "process " + writer + " [FF0203040506]",
           "end " + chain, "end " + writer})
@@ -95,7 +99,7 @@ TEST(RasterConversion, TakesABilevelPageThroughRuns) {
   const auto convertRuns = [&](int32_t format, int32_t rotation, double scale, int32_t method) {
     fake() = {};
     fake().info = {0, 8, 3, GFX_FORMAT(1, 4), 200, 200, 0, 0, 1, 1};
-    NamedStream in("in", tiffOf(page.get())), out("out", {});
+    NamedStream in("in", tiffOf(page.get())), out("out");
     const bool done = rleConvFromRasterToRaster(&in, &out, format, rotation, scale, method) == 1;
     EXPECT_EQ(fake().alive, 0);
     return done ? out.bytes : Bytes();
@@ -112,15 +116,11 @@ TEST(RasterConversion, TakesABilevelPageThroughRuns) {
   EXPECT_EQ(convertRuns(0, 0, 3, 2), tiffOf(page.get()));
   // A width of 65535.5 is rounded down, or up to one that an image cannot have.
   EXPECT_FALSE(convertRuns(0, 0, 65535.5 / 8, 0).empty());
-  for (const auto& [rotation, scale, method] : {std::tuple{4, 1.0, 0},
-                                                {-1, 1.0, 0},
-                                                {0, 65535.5 / 8, 1},
-                                                {0, 8192.0, 0},
-                                                {0, -1.0, 0},
-                                                {0, 1e300, 1},
-                                                {0, double(NAN), 0}})
-    EXPECT_TRUE(convertRuns(0, rotation, scale, method).empty()) << rotation << " " << scale;
+  EXPECT_TRUE(convertRuns(0, 0, 65535.5 / 8, 1).empty());
   EXPECT_TRUE(convertRuns(4, 0, 1, 0).empty());
+  for (const int32_t rotation : {4, -1}) EXPECT_TRUE(convertRuns(0, rotation, 1, 0).empty());
+  for (const double scale : {8192.0, -1.0, 1e300, double(NAN)})
+    for (const int32_t method : {0, 1}) EXPECT_TRUE(convertRuns(0, 0, scale, method).empty());
 }
 
 }  // namespace

@@ -3,38 +3,29 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <iomanip>
 #include <iterator>
-#include <utility>
+#include <sstream>
+#include <type_traits>
 
 namespace rle::test {
 
 // Something made here: an instance, a stream or an info record.
 struct FakePipeline::Part : GfxInstance {
-  explicit Part(std::string partName) : GfxInstance{}, name(std::move(partName)) {}
-
   std::string name;
+  enum { Made, Begun, Failed, Released } state = Made;
+  GfxImageInfo info{};
+  RleStreamOps streamOps{};  // all but destroy are not there
+  RleStream stream{&streamOps};
+
   bool writes = false;
-  bool owned = false;  // by a wrapper, which is the one to be used from then on
   Part* source = nullptr;
-  enum { Made, Begun, Failed, Ended } state = Made;
+  bool isWrapped = false;  // so that the wrapper is the one to be used
   size_t rowBytes = 0;
   uint32_t rowsLeft = 0;
-  std::unique_ptr<ByteStream> stream;
-  GfxImageInfo info{};
 };
-
-FakePipeline::FakePipeline() = default;
-FakePipeline::FakePipeline(FakePipeline&&) noexcept = default;
-FakePipeline& FakePipeline::operator=(FakePipeline&&) noexcept = default;
-FakePipeline::~FakePipeline() = default;
-
-void FakePipeline::deliver(uint32_t width, std::vector<Bytes> bytes, uint32_t format) {
-  delivered = {width, uint32_t(bytes.size()), format, 0, 0, nullptr};
-  rows = std::move(bytes);
-}
 
 FakePipeline& fake() {
   static FakePipeline pipeline;
@@ -57,15 +48,15 @@ void failCallsInTurn(const std::function<void(FakePipeline&)>& script,
     return call.starts_with("end ") || call.starts_with("gfxFreeImageInfo ");
   };
   for (size_t number = 0; number < expected.size(); ++number) {
+    SCOPED_TRACE(expected[number]);
     const bool matters = !releases(expected[number]) ||
                          (ends == Ends::Count && expected[number].starts_with("end "));
-    EXPECT_EQ(run(int64_t(number)), !matters) << expected[number];
+    EXPECT_EQ(run(int64_t(number)), !matters);
     const Calls& calls = fake().calls;
     ASSERT_GT(calls.size(), number);
-    EXPECT_TRUE(std::equal(calls.begin(), calls.begin() + std::ptrdiff_t(number), expected.begin()))
-        << expected[number];
-    for (size_t i = number + 1; matters && i < calls.size(); ++i)
-      EXPECT_TRUE(releases(calls[i])) << calls[i] << " after the failed " << expected[number];
+    const auto failed = calls.begin() + std::ptrdiff_t(number);
+    EXPECT_TRUE(std::equal(calls.begin(), failed, expected.begin()));
+    EXPECT_TRUE(!matters || std::all_of(failed + 1, calls.end(), releases));
   }
 }
 
@@ -73,67 +64,54 @@ namespace {
 
 using Part = FakePipeline::Part;
 
-std::string text(const std::string& value) { return value; }
-std::string text(int32_t value) { return std::to_string(value); }
-std::string text(uint32_t value) { return std::to_string(value); }
-
-std::string text(const RleStream* stream) {
-  const auto found = fake().names.find(stream);
-  return found == fake().names.end() ? "stream" : found->second;
+// The part that an instance, a stream or an info record is; null for what others made.
+Part* partOf(const void* thing) {
+  for (const auto& part : fake().parts)
+    if (thing == part.get() || thing == &part->stream || thing == &part->info) return part.get();
+  return nullptr;
 }
 
-std::string text(const GfxInstance* instance) {
-  return instance == nullptr ? "null" : static_cast<const Part*>(instance)->name;
-}
-
-std::string text(const GfxImageDesc& description) {
-  char format[16];
-  std::snprintf(format, sizeof format, "0x%X", description.format);
-  const std::string words = text(description.width) + " " + text(description.height) + " " +
-                            format + " " + text(description.zero3) + " " + text(description.zero4);
-  const GfxOutputParams* const p = description.parameters;
-  if (p == nullptr) return words + " null";
-  return words + " {" + text(p->xResolution) + " " + text(p->yResolution) + " " +
-         text(p->compression) + " " + text(p->zero) + "}";
-}
-
-std::string text(const uint8_t* row, size_t bytes) {
-  std::string hex = "[";
-  char digits[4];
-  for (size_t i = 0; i < std::min<size_t>(bytes, 8); ++i) {
-    std::snprintf(digits, sizeof digits, "%02X", row[i]);
-    hex += digits;
+// An argument of a call: pointers by the name of what they point to.
+template <class Argument>
+auto text(Argument argument) {
+  if constexpr (std::is_pointer_v<Argument>) {
+    const Part* const part = partOf(argument);
+    return part ? part->name : fake().names[argument];
+  } else {
+    return argument;
   }
-  return hex + "]";
 }
 
-// Puts a call on the list; true when it has to fail.
+std::string text(GfxImageDesc* description) {
+  std::ostringstream words;
+  words << description->width << ' ' << description->height << std::hex << std::uppercase << " 0x"
+        << description->format << std::dec << ' ' << description->zero3 << ' '
+        << description->zero4;
+  const GfxOutputParams* const p = description->parameters;
+  if (p == nullptr)
+    words << " null";
+  else
+    words << " {" << p->xResolution << ' ' << p->yResolution << ' ' << p->compression << ' '
+          << p->zero << '}';
+  return words.str();
+}
+
+std::string hexadecimal(const uint8_t* row, size_t bytes) {
+  std::ostringstream digits;
+  digits << '[' << std::hex << std::uppercase << std::setfill('0');
+  for (size_t i = 0; i < std::min<size_t>(bytes, 8); ++i) digits << std::setw(2) << int(row[i]);
+  digits << ']';
+  return digits.str();
+}
+
+// Puts a call on the list; whether it has to fail.
 template <class... Arguments>
-bool failing(const char* name, const Arguments&... arguments) {
-  std::string call = name;
-  (call.append(" ").append(text(arguments)), ...);
-  fake().calls.push_back(call);
+bool failing(const char* function, Arguments... arguments) {
+  std::ostringstream call;
+  call << function;
+  ((call << ' ' << text(arguments)), ...);
+  fake().calls.push_back(call.str());
   return int64_t(fake().calls.size()) - 1 == fake().failAt;
-}
-
-int32_t status(bool failed) {
-  if (failed) fake().calls.back() += " -> 0";
-  return failed ? 0 : 1;
-}
-
-// What the call on top of the list made; null when it fails.
-Part* made(bool failed) {
-  fake().calls.back() += " -> ";
-  if (failed) {
-    fake().calls.back() += "null";
-    return nullptr;
-  }
-  auto part =
-      std::make_unique<Part>(std::string("#").append(text(uint32_t(fake().parts.size() + 1))));
-  fake().calls.back() += part->name;
-  ++fake().alive;
-  fake().parts.push_back(std::move(part));
-  return fake().parts.back().get();
 }
 
 // ---- Instances
@@ -141,190 +119,167 @@ Part* made(bool failed) {
 // The instance, when it may be used at all.
 Part& inUse(GfxInstance* self) {
   Part& part = *static_cast<Part*>(self);
-  EXPECT_FALSE(part.owned) << part.name << " is wrapped";
-  EXPECT_NE(part.state, Part::Ended) << part.name;
+  EXPECT_FALSE(part.isWrapped) << part.name << " is wrapped";
+  EXPECT_NE(part.state, Part::Released) << part.name;
   return part;
+}
+
+void release(Part& part) {
+  EXPECT_NE(part.state, Part::Released) << part.name;
+  part.state = Part::Released;
+  --fake().alive;
 }
 
 int32_t beginPart(GfxInstance* self, GfxImageDesc* description) {
   Part& part = inUse(self);
   EXPECT_EQ(part.state, Part::Made) << part.name;
-  const bool failed =
-      part.writes ? failing("begin", self, text(*description)) : failing("begin", self);
-  if (!part.writes && !failed) *description = fake().delivered;
+  const bool failed = part.writes ? failing("begin", self, description) : failing("begin", self);
   part.state = failed ? Part::Failed : Part::Begun;
-  if (!failed) {
-    const auto bits = int16_t(description->format >> 16);
-    part.rowBytes = (size_t{description->width} * size_t(bits) + 7) / 8;
-    part.rowsLeft = description->height;
-  }
-  return status(failed);
+  if (failed) return 0;
+  if (!part.writes) *description = fake().delivered;
+  const auto bits = int16_t(description->format >> 16);
+  part.rowBytes = (size_t{description->width} * size_t(bits) + 7) / 8;
+  part.rowsLeft = description->height;
+  return 1;
 }
 
 int32_t processPart(GfxInstance* self, uint8_t* row) {
   Part& part = inUse(self);
   EXPECT_EQ(part.state, Part::Begun) << part.name;
   EXPECT_GT(part.rowsLeft, 0U) << part.name;
-  const bool failed = failing("process", self, text(row, part.rowBytes));
-  if (failed || part.rowsLeft == 0) {
+  if (failing("process", self, hexadecimal(row, part.rowBytes)) || part.rowsLeft == 0) {
     part.state = Part::Failed;
-    return status(true);
+    return 0;
   }
+  const size_t number = fake().delivered.height - part.rowsLeft--;
   if (part.writes) {
     fake().written.emplace_back(row, row + part.rowBytes);
-  } else {
-    const size_t number = fake().delivered.height - part.rowsLeft;
-    if (number < fake().rows.size()) {
-      const Bytes& bytes = fake().rows[number];
-      std::copy_n(bytes.begin(), std::min(bytes.size(), part.rowBytes), row);
-    }
+  } else if (number < fake().rows.size()) {
+    const Bytes& bytes = fake().rows[number];
+    std::copy_n(bytes.begin(), std::min(bytes.size(), part.rowBytes), row);
   }
-  --part.rowsLeft;
-  return status(false);
+  return 1;
 }
 
 int32_t endPart(GfxInstance* self) {
   const bool failed = failing("end", self);
-  for (Part* part = &inUse(self); part != nullptr; part = part->source) {
-    part->state = Part::Ended;
-    --fake().alive;
-  }
-  return status(failed);
+  for (Part* part = &inUse(self); part != nullptr; part = part->source) release(*part);
+  return failed ? 0 : 1;
 }
-
-GfxInstance* instance(bool failed, bool writes = false) {
-  Part* const part = made(failed);
-  if (part == nullptr) return nullptr;
-  part->begin = beginPart;
-  part->process = processPart;
-  part->end = endPart;
-  part->writes = writes;
-  return part;
-}
-
-GfxInstance* wrapper(bool failed, GfxInstance* source) {
-  GfxInstance* const made = instance(failed);
-  if (made == nullptr) return nullptr;
-  Part& inner = inUse(source);
-  EXPECT_EQ(inner.state, Part::Made) << inner.name;
-  static_cast<Part*>(made)->source = &inner;
-  inner.owned = true;
-  return made;
-}
-
-// ---- Streams
 
 int32_t destroyStream(RleStream* self) {
   const bool failed = failing("destroy", self);
-  for (const auto& part : fake().parts)
-    if (part->stream.get() == self) {
-      EXPECT_NE(part->state, Part::Ended) << part->name;
-      part->state = Part::Ended;
-      --fake().alive;
-    }
-  if (failed) fake().calls.back() += " -> 1";
+  release(*partOf(self));
   return failed ? 1 : 0;
 }
 
-RleStream* stream(bool failed, Bytes content) {
-  Part* const part = made(failed);
-  if (part == nullptr) return nullptr;
-  part->stream = std::make_unique<ByteStream>(std::move(content));
-  static const RleStreamOps kOps = [](RleStreamOps ops) {
-    ops.destroy = destroyStream;
-    return ops;
-  }(*part->stream->ops);
-  part->stream->ops = &kOps;
-  fake().names[part->stream.get()] = part->name;
-  return part->stream.get();
+// Records a call of a constructor; what it makes, null when it fails.
+template <class... Arguments>
+Part* make(const char* function, Arguments... arguments) {
+  if (failing(function, arguments...)) return nullptr;
+  const auto part = std::make_shared<Part>();
+  static_cast<GfxInstance&>(*part) = {beginPart, processPart, endPart};
+  part->streamOps.destroy = destroyStream;
+  fake().parts.push_back(part);
+  ++fake().alive;
+  part->name.append("#").append(std::to_string(fake().parts.size()));
+  fake().calls.back() += " -> " + part->name;
+  return part.get();
+}
+
+template <class... Arguments>
+GfxInstance* makeWriter(const char* function, Arguments... arguments) {
+  Part* const writer = make(function, arguments...);
+  if (writer) writer->writes = true;
+  return writer;
+}
+
+template <class... Arguments>
+GfxInstance* wrap(const char* function, GfxInstance* source, Arguments... arguments) {
+  Part* const wrapper = make(function, source, arguments...);
+  if (!wrapper) return nullptr;
+  wrapper->source = &inUse(source);
+  EXPECT_EQ(wrapper->source->state, Part::Made) << wrapper->source->name;
+  wrapper->source->isWrapped = true;
+  return wrapper;
+}
+
+RleStream* opened(Bytes content, Part* part) {
+  if (!part) return nullptr;
+  fake().opened.push_back(std::move(content));
+  return &part->stream;
 }
 
 }  // namespace
 }  // namespace rle::test
 
-using rle::test::failing;
-using rle::test::instance;
-using rle::test::wrapper;
+using namespace rle::test;
 
 extern "C" {
 
-int32_t HueInit() { return rle::test::status(failing("HueInit")); }
+int32_t HueInit() { return failing(__func__) ? 0 : 1; }
 
 RleStream* xioCreateMemoryStream(void* buffer, uint32_t size, int32_t mode) {
   const auto* const bytes = static_cast<const uint8_t*>(buffer);
-  return rle::test::stream(failing("xioCreateMemoryStream", size, mode), {bytes, bytes + size});
+  return opened({bytes, bytes + size}, make(__func__, size, mode));
 }
 
 RleStream* xioCreateFileStreamByName(const char* path, int32_t mode) {
   std::ifstream file(path, std::ios::binary);
-  return rle::test::stream(failing("xioCreateFileStreamByName", std::string(path), mode),
-                           {std::istreambuf_iterator<char>(file), {}});
+  return opened({std::istreambuf_iterator<char>(file), {}},
+                make(__func__, std::string(path), mode));
 }
 
 GfxImageInfo* gfxGetImageInfo(RleStream* stream) {
-  rle::test::Part* const part = rle::test::made(failing("gfxGetImageInfo", stream));
+  Part* const part = make(__func__, stream);
   if (part == nullptr) return nullptr;
-  part->info = rle::test::fake().info;
+  part->info = fake().info;
   return &part->info;
 }
 
 void gfxFreeImageInfo(GfxImageInfo* info) {
-  for (const auto& part : rle::test::fake().parts)
-    if (&part->info == info) {
-      failing("gfxFreeImageInfo", part->name);
-      EXPECT_NE(part->state, rle::test::Part::Ended) << part->name;
-      part->state = rle::test::Part::Ended;
-      --rle::test::fake().alive;
-      std::memset(info, 0xEE, sizeof *info);  // nobody may look at it any more
-    }
+  failing(__func__, info);
+  release(*partOf(info));
+  std::memset(info, 0xEE, sizeof *info);  // nobody may look at it any more
 }
 
 GfxInstance* gfxInitReadRaster(RleStream* stream, uint32_t page, int32_t zero, uint32_t height) {
-  return instance(failing("gfxInitReadRaster", stream, page, zero, height));
+  return make(__func__, stream, page, zero, height);
 }
-
 GfxInstance* gfxInitReadG4(RleStream* stream, uint32_t width, uint32_t height, int32_t zero,
                            uint32_t rows, int32_t flag, int32_t options) {
-  return instance(failing("gfxInitReadG4", stream, width, height, zero, rows, flag, options));
+  return make(__func__, stream, width, height, zero, rows, flag, options);
+}
+GfxInstance* gfxInitReadRawData(RleStream* stream, uint32_t width, uint32_t height, int32_t bits,
+                                int32_t colours, int32_t options, int32_t zero, uint32_t rows,
+                                uint32_t rowBytes, uint32_t size) {
+  return make(__func__, stream, width, height, bits, colours, options, zero, rows, rowBytes, size);
 }
 
-GfxInstance* gfxInitReadRawData(RleStream* stream, uint32_t width, uint32_t height,
-                                int32_t bitsPerPixel, int32_t colourType, int32_t options,
-                                int32_t zero, uint32_t rows, uint32_t rowBytes, uint32_t dataSize) {
-  return instance(failing("gfxInitReadRawData", stream, width, height, bitsPerPixel, colourType,
-                          options, zero, rows, rowBytes, dataSize));
+GfxInstance* gfxInitColorSpaceConverter(GfxInstance* source, int32_t colours, int32_t one) {
+  return wrap(__func__, source, colours, one);
 }
-
-GfxInstance* gfxInitColorSpaceConverter(GfxInstance* source, int32_t colourType, int32_t one) {
-  return wrapper(failing("gfxInitColorSpaceConverter", source, colourType, one), source);
-}
-
 GfxInstance* gfxInitRotate(GfxInstance* source, int32_t degrees) {
-  return wrapper(failing("gfxInitRotate", source, degrees), source);
+  return wrap(__func__, source, degrees);
 }
-
 GfxInstance* gfxInitMaxScaleWidth(GfxInstance* source, uint32_t width) {
-  return wrapper(failing("gfxInitMaxScaleWidth", source, width), source);
+  return wrap(__func__, source, width);
 }
-
 GfxInstance* gfxInitMaxScaleHeight(GfxInstance* source, uint32_t height) {
-  return wrapper(failing("gfxInitMaxScaleHeight", source, height), source);
+  return wrap(__func__, source, height);
 }
-
 GfxInstance* gfxInitMinScaleWidth(GfxInstance* source, uint32_t width) {
-  return wrapper(failing("gfxInitMinScaleWidth", source, width), source);
+  return wrap(__func__, source, width);
 }
-
 GfxInstance* gfxInitMinScaleHeight(GfxInstance* source, uint32_t height) {
-  return wrapper(failing("gfxInitMinScaleHeight", source, height), source);
+  return wrap(__func__, source, height);
 }
 
 GfxInstance* gfxInitWriteRaster(RleStream* stream, int32_t format) {
-  return instance(failing("gfxInitWriteRaster", stream, format), true);
+  return makeWriter(__func__, stream, format);
 }
-
 GfxInstance* gfxInitWriteG4(RleStream* stream, int32_t mode) {
-  return instance(failing("gfxInitWriteG4", stream, mode), true);
+  return makeWriter(__func__, stream, mode);
 }
 
 }  // extern "C"

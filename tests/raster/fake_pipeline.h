@@ -5,7 +5,7 @@
 // A call is a line of text. Instances and streams made here are #1, #2 and so on; a description is
 // its width, height, format, two zeros and the output parameters:
 //
-//     gfxInitReadRaster in 0 0 2 -> #1          constructors name what they made, or null
+//     gfxInitReadRaster in 0 0 2 -> #1          constructors name what they made
 //     gfxInitRotate #1 90 -> #2
 //     begin #2
 //     gfxInitWriteRaster out 0 -> #3
@@ -13,7 +13,6 @@
 //     process #2 [0000]                         the row buffer as a reader finds it,
 //     process #3 [0FF0]                         and as a writer gets it; at most 8 bytes
 //     end #2
-//     end #3 -> 0                               failed
 //
 // Misuse is a test failure: an operation on an instance that is wrapped or ended, a row after a
 // failure, a row too many.
@@ -45,25 +44,24 @@ struct FakePipeline {
   GfxImageDesc delivered{};
   std::vector<Bytes> rows;
   // For the streams of the application, by the names that the list of calls gives them.
-  std::map<const RleStream*, std::string> names;
+  std::map<const void*, std::string> names;
   // The call with this number, from 0, fails: null, 0, or not 0 from a stream's destroy.
   int64_t failAt = -1;
 
   // What was asked for.
   Calls calls;
+  std::vector<Bytes> opened;   // what is in the streams made here
   std::vector<Bytes> written;  // rows that writers got
   int64_t alive = 0;           // instances, info records and streams that are not released
 
-  FakePipeline();
-  FakePipeline(FakePipeline&&) noexcept;
-  FakePipeline& operator=(FakePipeline&&) noexcept;
-  ~FakePipeline();
-
   // The row `bytes` of an image of `width` bilevel pixels, once per row.
-  void deliver(uint32_t width, std::vector<Bytes> bytes, uint32_t format = GFX_FORMAT(1, 4));
+  void deliver(uint32_t width, std::vector<Bytes> bytes, uint32_t format = GFX_FORMAT(1, 4)) {
+    delivered = {width, uint32_t(bytes.size()), format, 0, 0, nullptr};
+    rows = std::move(bytes);
+  }
 
   struct Part;
-  std::vector<std::unique_ptr<Part>> parts;  // all that was ever made, ended or not
+  std::vector<std::shared_ptr<Part>> parts;  // all that was ever made, ended or not
 };
 
 // The one that the functions use; a test begins with `fake() = {}`.
@@ -71,7 +69,8 @@ FakePipeline& fake();
 
 // A stream of the application.
 struct NamedStream : ByteStream {
-  NamedStream(const std::string& name, Bytes content) : ByteStream(std::move(content)) {
+  explicit NamedStream(const std::string& name, Bytes content = {})
+      : ByteStream(std::move(content)) {
     fake().names[this] = name;
   }
 };

@@ -23,7 +23,7 @@ void scriptFile(FakePipeline& pipeline, uint32_t format = kBilevel, uint32_t uni
 const Picture kRows = {"....####...#", "#..........."};
 
 OwnedRect loadRaster() {
-  NamedStream in("in", {});
+  NamedStream in("in");
   return OwnedRect(rleLoadRectFromRaster(&in));
 }
 
@@ -40,28 +40,23 @@ TEST(RasterLoading, ReadsRowsThroughThePipeline) {
 }
 
 TEST(RasterLoading, HeedsColoursAndResolutions) {
-  struct Case {
+  const struct {
     int type;
     std::string converter;
     uint32_t unit, x, y, resolution;  // 0: refused
-  };
-  for (const Case& c : {Case{0, " 4", 1, 300, 300, 300},
-                        {1, " 4", 1, 0, 0, 400},
-                        {3, " 4", 1, kMost, kMost, 400},
-                        {5, " 9", 0, 300, 300, 72},
-                        {-1, " -1", 2, 300, 300, 72},
-                        {-6, " -1", 1, 1, 1, 1},
-                        {4, "", 1, 2, 2, 2},
-                        {9, "", 1, 3, 3, 3},
-                        {4, "", 1, 200, 100, 0}}) {
+  } cases[] = {
+      {0, " 4", 1, 300, 300, 300}, {1, " 4", 1, 0, 0, 400},      {3, " 4", 1, kMost, kMost, 400},
+      {5, " 9", 0, 300, 300, 72},  {-1, " -1", 2, 300, 300, 72}, {-6, " -1", 1, 1, 1, 1},
+      {4, "", 1, 2, 2, 2},         {9, "", 1, 3, 3, 3},          {4, "", 1, 200, 100, 0}};
+  for (const auto& [type, converter, unit, x, y, resolution] : cases) {
     fake() = {};
-    scriptFile(fake(), GFX_FORMAT(8, c.type), c.unit, c.x, c.y);
+    scriptFile(fake(), GFX_FORMAT(8, type), unit, x, y);
     const OwnedRect rect = loadRaster();
-    EXPECT_EQ(rect ? rect->resolution : 0, c.resolution);
-    EXPECT_EQ(fake().calls.size(), c.resolution == 0 ? 3U : c.converter.empty() ? 8U : 9U);
-    EXPECT_EQ(fake().calls.back().substr(0, 3), c.resolution == 0 ? "gfx" : "end");
-    EXPECT_TRUE(c.converter.empty() ||
-                fake().calls[3] == "gfxInitColorSpaceConverter #2" + c.converter + " 1 -> #3");
+    EXPECT_EQ(rect ? rect->resolution : 0, resolution);
+    EXPECT_EQ(fake().calls.size(), resolution == 0 ? 3U : converter.empty() ? 8U : 9U);
+    EXPECT_EQ(fake().calls.back().substr(0, 3), resolution == 0 ? "gfx" : "end");
+    EXPECT_TRUE(converter.empty() ||
+                fake().calls[3] == "gfxInitColorSpaceConverter #2" + converter + " 1 -> #3");
   }
 }
 
@@ -100,30 +95,28 @@ TEST(RasterLoading, MakesRegions) {
   const Bytes file = {0x52, 0x4C, 0x43, 0, 0, 0, 0, 1, 0, 3, 0, 5, 0, 0, 0, 90, 0,
                       0,    0,    3,    0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 5, 0,  0,
                       0,    0,    0,    0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 1, 7, 8,  9};
-  const auto load = [](Bytes bytes, int64_t failAt = -1) {
-    NamedStream in("in", std::move(bytes));
-    in.failAt = failAt;
-    fake().deliver(5, {{0x18}, {0}, {0x80}});
+  const auto script = [](auto& pipeline) { pipeline.deliver(5, {{0x18}, {0}, {0x80}}); };
+  const auto load = [](const Bytes& bytes) {
+    NamedStream in("in", bytes);
     return OwnedPoly(rleLoadPolyFromG4(&in));
   };
-  failCallsInTurn([](auto&) {},
-                  [&] {
-                    const OwnedPoly poly = load(file);
-                    return poly && poly->count == 3 && poly->fillRule == 1 &&
-                           poly->image->resolution == 90 &&
-                           picture(poly->image) == Picture{"...##", ".....", "#...."} &&
-                           picture(poly->mask) == Picture{".####", ".###.", ".##.."};
-                  },
-                  {"HueInit", "gfxInitReadG4 in 5 3 0 3 0 0 -> #1", "begin #1", "process #1 [00]",
-                   "process #1 [18]", "process #1 [00]", "end #1"},
-                  Ends::Count);
-  for (int64_t failAt = 0; failAt < 16; ++failAt) EXPECT_FALSE(load(file, failAt)) << failAt;
+  failCallsInTurn(
+      script,
+      [&] {
+        const OwnedPoly poly = load(file);
+        return poly && poly->count == 3 && poly->fillRule == 1 && poly->image->resolution == 90 &&
+               picture(poly->image) == Picture{"...##", ".....", "#...."} &&
+               picture(poly->mask) == Picture{".####", ".###.", ".##.."};
+      },
+      {"HueInit", "gfxInitReadG4 in 5 3 0 3 0 0 -> #1", "begin #1", "process #1 [00]",
+       "process #1 [18]", "process #1 [00]", "end #1"},
+      Ends::Count);
   Bytes plain = file;
   plain.erase(plain.begin() + 20, plain.begin() + 44);
   plain[19] = 0;
   EXPECT_EQ(load(plain)->mask, nullptr);
   scriptFile(fake());
-  NamedStream in("in", {});
+  NamedStream in("in");
   EXPECT_EQ(picture(OwnedPoly(rleLoadPolyFromRaster(&in))->image), kRows);
   fake().failAt = int64_t(fake().calls.size());
   EXPECT_EQ(rleLoadPolyFromRaster(&in), nullptr);
