@@ -95,7 +95,6 @@ class BmpWriter final : public Writer {
   bool writeRow(const uint8_t* row) override {
     uint8_t* const packed = row_.get();
     std::memcpy(packed, row, rowBytes(format_, width_));
-    if (format_ == kBlackZero) clearPadding(packed, width_);
     if (format_ == kRgb)
       for (size_t i = 0; i < size_t{3} * width_; i += 3) std::swap(packed[i], packed[i + 2]);
     if (!file_.goTo(rowsPlace_ + stride_ * (rowsLeft() - 1)))

@@ -128,7 +128,6 @@ bool TiffWriter::setColours(uint32_t format, uint16_t compression) {
 bool TiffWriter::writeRow(const uint8_t* row) {
   uint8_t* const place = strip_ + rowsInStrip_ * rowBytes_;
   std::memcpy(place, row, rowBytes_);
-  if (isBilevel(format_)) clearPadding(place, width_);
   return ++rowsInStrip_ < stripRows_ || writeStrip();
 }
 

@@ -13,7 +13,7 @@ bool Writer::start(GfxImageDesc& description) {
   width_ = description.width;
   givenFormat_ = description.format;
   heldFormat_ = heldFormat(givenFormat_);
-  if (heldFormat_ != givenFormat_) {
+  if (heldFormat_ != givenFormat_ || (isBilevel(heldFormat_) && width_ % 8 != 0)) {
     converted_ = static_cast<uint8_t*>(std::malloc(rowBytes(heldFormat_, width_)));
     if (!converted_) return setLastError("out of memory");
   }

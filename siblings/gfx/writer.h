@@ -21,7 +21,7 @@ class Writer : public Instance {
   // Writes what comes before the rows. The description has the held format and parameters.
   virtual bool writeHead(const GfxImageDesc& description) = 0;
 
-  // Writes a row of the held format. Bits beyond the last pixel may hold anything.
+  // Writes a row of the held format. Bits beyond the last pixel are 0.
   virtual bool writeRow(const uint8_t* row) = 0;
 
   // Writes what comes after the last row.
@@ -38,7 +38,7 @@ class Writer : public Instance {
   uint32_t width_ = 0;
   uint32_t givenFormat_ = 0;
   uint32_t heldFormat_ = 0;
-  uint8_t* converted_ = nullptr;  // a row in the held format, where that is not the given one
+  uint8_t* converted_ = nullptr;  // a row as the file holds it, where it is not given so
 };
 
 // New writers; null without memory.
