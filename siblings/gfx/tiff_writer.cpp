@@ -62,8 +62,6 @@ class TiffWriter final : public Writer {
   bool writeStrip();
 
   TiffClient client_;
-  uint32_t width_ = 0;
-  uint32_t format_ = 0;
   uint32_t stripRows_ = 0;
   uint32_t rowsInStrip_ = 0;  // so far
   uint32_t stripNumber_ = 0;
@@ -72,20 +70,18 @@ class TiffWriter final : public Writer {
 };
 
 bool TiffWriter::writeHead(const GfxImageDesc& description) {
-  width_ = description.width;
-  format_ = description.format;
-  rowBytes_ = rowBytes(format_, width_);
+  rowBytes_ = rowBytes(description.format, description.width);
   const uint32_t code = description.parameters->compression;
-  const uint16_t compression = compressionFor(code, isBilevel(format_));
+  const uint16_t compression = compressionFor(code, isBilevel(description.format));
   if (compression == 0)
     return setLastError("compression 0x%X is not for pixels of %d bits in a TIFF file", code,
-                        bitsPerPixel(format_));
+                        bitsPerPixel(description.format));
   stripRows_ = uint32_t(std::max<uint64_t>(kStripBytes / rowBytes_, 1));
   if (compression == COMPRESSION_JPEG)
     stripRows_ = (stripRows_ + kJpegRows - 1) / kJpegRows * kJpegRows;
   const uint64_t stripBytes = uint64_t{stripRows_} * rowBytes_;
   if (stripBytes > kMaxAllocation)
-    return setLastError("rows of %u columns are too long for a TIFF file", width_);
+    return setLastError("rows of %u columns are too long for a TIFF file", description.width);
   strip_ = static_cast<uint8_t*>(std::malloc(stripBytes));
   if (!strip_) return setLastError("out of memory");
   if (!file_.isKnown()) return setLastError("the stream cannot be positioned");

@@ -101,6 +101,21 @@ void expectWhatAVectorDoes(RleStream* (*open)(Bytes&), Bytes (*close)(RleStream*
 TEST(MemoryStreams, DoWhatAVectorOfBytesDoes) { expectWhatAVectorDoes(openMemory, closeMemory); }
 TEST(FileStreams, DoWhatAVectorOfBytesDoes) { expectWhatAVectorDoes(openFile, closeFile); }
 
+TEST(StreamsToRead, RefuseToWriteAndReadOn) {
+  Bytes content = {1, 2};
+  RleStream* const file = openFile(content);
+  EXPECT_EQ(file->ops->destroy(file), 0);
+  for (RleStream* stream : {xioCreateFileStreamByName(kPath.c_str(), XIO_READ),
+                            xioCreateMemoryStream(content.data(), 2, XIO_READ)}) {
+    EXPECT_EQ(stream->ops->putByte(stream, 3), -1);
+    EXPECT_NE(stream->ops->hasError(stream), 0);
+    EXPECT_EQ(stream->ops->seek(stream, 1, 0), 0);
+    EXPECT_EQ(stream->ops->getByte(stream), 2);
+    stream->ops->destroy(stream);
+  }
+  std::remove(kPath.c_str());
+}
+
 TEST(FileStreams, ReportBytesThatDidNotReachTheFile) {
   for (const int count : {1, 200000}) {
     RleStream* stream = xioCreateFileStreamByName("/dev/full", XIO_WRITE);
