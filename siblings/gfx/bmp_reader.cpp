@@ -205,7 +205,7 @@ class BmpReader final : public Reader {
     const uint32_t y = info_.height - rowsLeft();
     const uint32_t stored = header_.height < 0 ? y : info_.height - 1 - y;
     if (!file_.goTo(rowsPlace_ + stride_ * stored)) return unreachable();
-    if (readBytes(stream_, packed_.get(), packedSize_) != packedSize_) return cutOff();
+    if (!readAll(stream_, packed_.get(), packedSize_)) return cutOff();
     if (header_.bits <= 8)
       unpackPalette(row);
     else

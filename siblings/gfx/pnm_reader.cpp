@@ -55,12 +55,12 @@ class PnmReader final : public Reader {
   bool row(uint8_t* row) override {
     const auto bytes = uint32_t(rowBytes(info_.format, info_.width));
     if (info_.format == kBilevel) {
-      if (plain_ ? !readPlainBits(row) : readBytes(stream_, row, bytes) != bytes) return damaged();
+      if (plain_ ? !readPlainBits(row) : !readAll(stream_, row, bytes)) return damaged();
       clearPadding(row, info_.width);
       return true;
     }
     if (!plain_ && max_ <= 255) {
-      if (readBytes(stream_, row, bytes) != bytes) return damaged();
+      if (!readAll(stream_, row, bytes)) return damaged();
       if (max_ < 255)
         std::transform(row, row + bytes, row, [this](uint8_t v) { return scaled(v); });
       return true;

@@ -21,7 +21,7 @@ class RawReader final : public BareReader {
 
  private:
   bool readRow(uint8_t* row) override {
-    if ((rowsRead() > 0 && !skipPadding()) || readBytes(stream_, row, pixelBytes_) != pixelBytes_)
+    if ((rowsRead() > 0 && !skipPadding()) || !readAll(stream_, row, pixelBytes_))
       return setLastError("the data ends in row %u", rowsRead());
     if (!isBilevel(description().format)) return true;
     if (lsbFirst_) reverseBits(row, pixelBytes_);

@@ -2,7 +2,9 @@
 
 #pragma once
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
 
 #include "rle.h"
 
@@ -16,6 +18,26 @@ inline uint32_t readBytes(RleStream* stream, uint8_t* bytes, uint32_t count) {
     bytes[i] = uint8_t(byte);
   }
   return count;
+}
+
+// Reads exactly `count` bytes. Many come four at a time, since each is a call; a word that fails
+// tells it by the stream's error alone, so a stream that has failed before is read byte by byte.
+// Where a failure leaves the stream is not said.
+inline bool readAll(RleStream* stream, uint8_t* bytes, uint32_t count) {
+  constexpr uint32_t kMany = 32;
+  const RleStreamOps& ops = *stream->ops;
+  uint32_t done = 0;
+  if (count >= kMany && ops.hasError(stream) == 0) {
+    const bool isSwapped =
+        (ops.getByteOrder(stream) != 0) != (std::endian::native == std::endian::little);
+    for (; count - done >= 4; done += 4) {
+      const uint32_t word = ops.getWord32(stream);
+      const uint32_t inOrder = isSwapped ? __builtin_bswap32(word) : word;
+      std::memcpy(bytes + done, &inOrder, 4);
+    }
+    if (ops.hasError(stream) != 0) return false;
+  }
+  return readBytes(stream, bytes + done, count - done) == count - done;
 }
 
 inline bool writeBytes(RleStream* stream, const void* bytes, uint32_t count) {

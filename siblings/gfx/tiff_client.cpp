@@ -30,10 +30,12 @@ bool TiffClient::readsTheTruth() const {
 tmsize_t TiffClient::read(void* bytes, tmsize_t size) {
   const auto wanted = uint32_t(std::min<uint64_t>(uint64_t(size), kMaxFileSize));
   if (isDead_ || position_ > kMaxFileSize || !file_.goTo(position_)) return 0;
-  const uint32_t count = readBytes(stream_, static_cast<uint8_t*>(bytes), wanted);
-  if (count < wanted) isDead_ = !readsTheTruth();
-  position_ += count;
-  return count;
+  if (!readAll(stream_, static_cast<uint8_t*>(bytes), wanted)) {
+    isDead_ = !readsTheTruth();
+    return 0;
+  }
+  position_ += wanted;
+  return wanted;
 }
 
 // libtiff writes what the entries of a directory point to before the directory that is in front of
