@@ -97,8 +97,8 @@ int32_t rleWriteRawToTiff(RleMemoryWriter* writer, const void* data, uint32_t le
 
 int32_t addZeroRows(RleMemoryWriterState& state, uint32_t height) {
   if (state.rowsWritten >= height) return 1;
-  const auto row =
-      zeroedArray<uint8_t>(std::max(rowBytesOf(state), size_t((uint64_t{state.width} + 7) / 8)));
+  const uint64_t pixels = std::max<uint64_t>(state.width, uint64_t{8} * rowBytesOf(state));
+  const HeapArray<uint8_t> row = newRow(uint32_t(std::min<uint64_t>(pixels, UINT32_MAX)), 1);
   if (!row) return endG4Writer(state, kMemoryFailure);
   for (; state.rowsWritten < height; ++state.rowsWritten)
     if (!process(*state.g4Writer, row.get())) return endG4Writer(state, kProcessFailure);
