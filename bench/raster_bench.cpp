@@ -45,14 +45,16 @@ void save(const std::string& path, RleRect* rect, int format) {
   rleUnloadRectToRaster(stream.get(), rect, format);
 }
 
-// The page as Group 4 in strips of so many rows, written by libtiff.
-std::string stripsFile(const Page& page, int rowsPerStrip) {
-  const std::string path = folder().file(page.name + "-" + std::to_string(rowsPerStrip) + ".tif");
+// The page in strips of so many rows, written by libtiff.
+std::string stripsFile(const Page& page, int rowsPerStrip,
+                       int compression = COMPRESSION_CCITTFAX4) {
+  const std::string path = folder().file(page.name + "-" + std::to_string(rowsPerStrip) + "-" +
+                                         std::to_string(compression) + ".tif");
   TIFF* const tiff = TIFFOpen(path.c_str(), "w");
   TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, page.width);
   TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, page.height);
   TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
-  TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+  TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
   TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
   std::vector<uint8_t> row(page.rowBytes);
   for (int y = 0; y < page.height; ++y) {
@@ -154,6 +156,9 @@ void addRaster(const Page& page) {
   const std::string many = stripsFile(page, 64);
   compare("load a TIFF file of many Group 4 strips", page, loading(many),
           {leptonicaReading(many, 1)});
+  const std::string plain = stripsFile(page, 64, COMPRESSION_NONE);
+  compare("load a TIFF file without compression", page, loading(plain),
+          {leptonicaReading(plain, 0)});
   addConversion(page);
   addMemoryWriter(page);
 }
