@@ -97,7 +97,8 @@ class Input {
 
 // Rows that are blank, black, like the one above, bit by bit or run by run.
 inline Pixels pixelsFrom(Input& input, int maxWidth, int maxHeight) {
-  Pixels pixels(input.range(0, maxWidth), input.range(0, maxHeight));
+  const int width = input.range(0, maxWidth);  // before the height with every compiler
+  Pixels pixels(width, input.range(0, maxHeight));
   for (int y = 0; y < pixels.height && !input.empty(); ++y) {
     const uint8_t kind = input.byte();
     uint8_t bits = 0;

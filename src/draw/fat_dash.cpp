@@ -46,12 +46,20 @@ Steps stepsWithin(int64_t start, int64_t delta, int64_t major, double low, doubl
   return stepsBetween(first, last, major);
 }
 
+// How far the sides of a dash as long as the segment may stray: their columns are stepped from row
+// to row, and each sum is rounded. A thousand pixels for the longest, nothing for those of a page.
+double drift(const DashSegment& segment) {
+  const auto major = double(segment.major);
+  constexpr double kPage = 1 << 17;  // its columns, and as many beside it
+  return std::ldexp(major * (major + kPage), -53);
+}
+
 // The steps of a segment that lie beside the image. Dashes end square to the line, however wide it
 // is, so that no others can be seen.
 Steps stepsBeside(const RleLineStyle& style, const DashSegment& segment) {
   // A pixel is up to one off the ideal line, and far out coordinates are rounded: that turns a dash
   // by up to 2^-21, which shows at the ends of its sides.
-  const double margin = 3 + std::ldexp(style.width, -20);
+  const double margin = 3 + std::ldexp(style.width, -20) + drift(segment);
   const double dx = double(segment.dx);
   const double dy = double(segment.dy);
   const double scale = double(segment.major) / (dx * dx + dy * dy);
@@ -68,7 +76,7 @@ Steps stepsBeside(const RleLineStyle& style, const DashSegment& segment) {
 
 // The steps of a segment from which a line can be seen in the image.
 Steps stepsInReach(const RleLineStyle& style, const DashSegment& segment) {
-  const double reach = style.width / 2.0 + 3;  // a pixel is up to one off the ideal line
+  const double reach = style.width / 2.0 + 3 + drift(segment);  // a pixel is up to one off the line
   const Steps x =
       stepsWithin(segment.start.x, segment.dx, segment.major, -reach, style.image->width + reach);
   const Steps y =
