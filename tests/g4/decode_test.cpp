@@ -4,7 +4,6 @@
 
 #include <iterator>
 #include <sstream>
-#include <thread>
 
 #include "g4/g4_bits.h"
 #include "model/runs.h"
@@ -96,40 +95,14 @@ TEST(DecodingGroup4, RefusesSizesWithoutReading) {
   EXPECT_EQ(stream.operations, 0);
 }
 
-TEST(DecodingGroup4, WalksAllPairsOfBytesAsTheTreesDo) {
-  for (uint32_t pair = 0; pair < 0x10000; ++pair) {
-    std::vector<uint8_t> bytes = bytesOf(kEofb, false);
-    bytes.insert(bytes.begin(), {uint8_t(pair >> 8), uint8_t(pair)});
-    const int width = int(pair % 7 + pair / 0x4000);
-    ASSERT_TRUE(decodesAsTheWalk(bytes, width, 5, false)) << pair << " of width " << width;
-  }
-}
-
-TEST(DecodingGroup4, OfEveryPairOfBytesInBothOrdersIsTheSameValidImageOrNone) {
-  const auto decode = [](const std::vector<uint8_t>& bytes, int width, int lsbFirst) {
-    ByteStream stream(bytes);
-    return OwnedRect(rleLoadRectFromCCITTG4(&stream, width, 2, 200, lsbFirst));
-  };
-  std::vector<uint8_t> bytes = bytesOf("00000000 00000000" + std::string(kEofb), false);
-  std::vector<uint8_t> mirrored = bytesOf("00000000 00000000" + std::string(kEofb), true);
-  int wrong = 0;
-  for (uint32_t pair = 0; pair < 0x10000; ++pair) {
-    for (const size_t i : {0U, 1U}) {
-      bytes[i] = mirrored[i] = 0;
-      for (uint32_t bit = 0; bit < 8; ++bit) {
-        bytes[i] |= uint8_t((pair >> (8 * i + bit) & 1) << bit);
-        mirrored[i] |= uint8_t((pair >> (8 * i + bit) & 1) << (7 - bit));
-      }
+TEST(DecodingGroup4, WalksAllPairsOfBytesInBothOrdersAsTheTreesDo) {
+  for (const bool lsbFirst : {false, true})
+    for (uint32_t pair = 0; pair < 0x10000; ++pair) {
+      std::vector<uint8_t> bytes = bytesOf(kEofb, lsbFirst);
+      bytes.insert(bytes.begin(), {uint8_t(pair >> 8), uint8_t(pair)});
+      for (const int width : {int(pair % 7), int(pair % 11 + 7)})
+        ASSERT_TRUE(decodesAsTheWalk(bytes, width, 5, lsbFirst)) << pair << " of width " << width;
     }
-    for (int width = 1; width <= 17; ++width) {
-      const OwnedRect one = decode(bytes, width, 0), other = decode(mirrored, width, 1);
-      wrong += !one != !other;
-      if (!one || !other) continue;
-      wrong += rleCheckRect(one.get()) != 1 || rleCheckRect(other.get()) != 1;
-      for (int y = 0; y < 2; ++y) wrong += runsOf(one->rows[y]) != runsOf(other->rows[y]);
-    }
-  }
-  EXPECT_EQ(wrong, 0);
 }
 
 // Random codes that mostly make sense: long rows of few kinds, and some of everything.
@@ -150,7 +123,7 @@ std::string randomCodes(std::mt19937& random) {
   return bits + (random() % 4 != 0 ? kEofb : "");
 }
 
-TEST(DecodingGroup4, WalksRandomCodesAndBytesAsTheTreesDo) {
+TEST(DecodingGroup4, WalksRandomCodesAsTheTreesDo) {
   std::mt19937 random(1);
   for (int i = 0; i < 20000; ++i) {
     const bool lsbFirst = random() % 2 != 0;
@@ -158,24 +131,7 @@ TEST(DecodingGroup4, WalksRandomCodesAndBytesAsTheTreesDo) {
                           65535};
     const int width = widths[random() % 5];
     const auto bytes = bytesOf(randomCodes(random), lsbFirst);
-    ASSERT_TRUE(decodesAsTheWalk(bytes, width, 3, lsbFirst)) << "codes " << i;
-    std::vector<uint8_t> noise(size_t(i % 40));
-    for (uint8_t& byte : noise) byte = uint8_t(random());
-    ASSERT_TRUE(decodesAsTheWalk(noise, width, 3, lsbFirst)) << "bytes " << i;
-  }
-}
-
-TEST(DecodingGroup4, OfDamagedPagesAgreesWithTheTrees) {
-  std::mt19937 random(2);
-  const Pixels page = randomPixels(random, 90, 24, 5, 9);
-  auto bytes = encode(page.toRect().get());
-  for (size_t length = 0; length <= bytes.size(); ++length)
-    ASSERT_TRUE(decodesAsTheWalk({bytes.begin(), bytes.begin() + long(length)}, 90, 24, true))
-        << "cut to " << length;
-  for (size_t bit = 0; bit < 8 * bytes.size(); ++bit) {
-    bytes[bit / 8] ^= uint8_t(1U << bit % 8);
-    ASSERT_TRUE(decodesAsTheWalk(bytes, 90, 24, true)) << "bit " << bit;
-    bytes[bit / 8] ^= uint8_t(1U << bit % 8);
+    ASSERT_TRUE(decodesAsTheWalk(bytes, width, 3, lsbFirst)) << i;
   }
 }
 
@@ -191,32 +147,23 @@ TEST(DecodingGroup4, OfRowsThatAreTooLongStopsAtTheElementThatIsTooMany) {
       }
 }
 
-// A stream that decodes its own data from within getByte now and then, on two threads.
-TEST(DecodingGroup4, GoesOnInSeveralThreadsAndInsideStreams) {
+// A stream that decodes its own data from within getByte now and then.
+TEST(DecodingGroup4, GoesOnInsideStreams) {
   std::mt19937 random(3);
   const Pixels page = randomPixels(random, 500, 40);
-  const auto bytes = encode(page.toRect().get());
   static const RleStreamOps* const plain = ByteStream().ops;
-  static RleStreamOps nesting = *plain;
+  RleStreamOps nesting = *plain;
   nesting.getByte = [](RleStream* stream) {
-    auto& self = *static_cast<ByteStream*>(stream);
+    const auto& self = *static_cast<ByteStream*>(stream);
     ByteStream inner(self.bytes);
     if (self.position % 50 == 0) {
-      EXPECT_NE(OwnedRect(rleLoadRectFromCCITTG4(&inner, 500, 40, 0, 1)), nullptr);
+      EXPECT_TRUE(OwnedRect(rleLoadRectFromCCITTG4(&inner, 500, 40, 0, 1)));
     }
     return plain->getByte(stream);
   };
-  const auto decodeMany = [&] {
-    for (int i = 0; i < 5; ++i) {
-      ByteStream stream(bytes);
-      stream.ops = &nesting;
-      const OwnedRect rect(rleLoadRectFromCCITTG4(&stream, 500, 40, 0, 1));
-      EXPECT_EQ(Pixels(rect.get()), page);
-    }
-  };
-  std::thread other(decodeMany);
-  decodeMany();
-  other.join();
+  ByteStream stream(encode(page.toRect().get()));
+  stream.ops = &nesting;
+  EXPECT_EQ(Pixels(OwnedRect(rleLoadRectFromCCITTG4(&stream, 500, 40, 0, 1)).get()), page);
 }
 
 }  // namespace
