@@ -1,4 +1,5 @@
-// Copying, cutting, pasting and masking rectangles.
+// Copying, cutting, pasting and masking rectangles. (Random series: the edits among the random
+// cases.)
 
 #include <gtest/gtest.h>
 
@@ -90,52 +91,6 @@ TEST(Regions, EveryRowOfEightColumnsOverEveryOther) {
     expect(merge(2), [&](uint32_t y) { return to & ~y; });
     expect(mask(0), [&](uint32_t y) { return to & y; });
     expect(mask(1), [&](uint32_t y) { return to | ~y; });
-  }
-}
-
-// A long series of operations on one image, with the same done to pixels.
-TEST(Regions, ManyOperationsEqualPixelArithmetic) {
-  std::mt19937 random(4711);
-  Pixels pixels(1, 1);
-  OwnedRect rect;
-  for (int step = 0; step < 2400; ++step) {
-    if (step % 40 == 0) {
-      pixels = randomPixels(random, randomInt(random, 0, 90), randomInt(random, 0, 12));
-      rect = pixels.toRect();
-    }
-    const Pixels other = randomPixels(random, randomInt(random, 0, 120), randomInt(random, 0, 12));
-    const OwnedRect otherRect = other.toRect();
-    const int x = randomInt(random, -130, 100), y = randomInt(random, -13, 13);
-    const int mode = randomInt(random, 0, 3), action = step % 4;
-    const auto pixel = [&](int px, int py) { return pixels.get(x + px, y + py); };
-    if (action == 0) {
-      rleMaskRect(rect.get(), otherRect.get(), mode);
-      for (int py = 0; py < other.height; ++py)
-        for (int px = 0; px < pixels.width; ++px)
-          if (!other.get(px, py)) pixels.put(px, py, mode != 0);
-    } else if (action == 1) {
-      Pixels piece(other.width, other.height);
-      for (int py = 0; py < piece.height; ++py)
-        for (int px = 0; px < piece.width; ++px) {
-          piece.put(px, py, pixel(px, py));
-          if (mode == 0) pixels.put(x + px, y + py, false);
-        }
-      const OwnedRect made((mode == 0 ? rleCutRect : rleCopyRect)(
-          rect.get(), x, y, x + piece.width - 1, y + piece.height - 1));
-      ASSERT_EQ(Pixels(made.get()), piece) << "step " << step;
-    } else {
-      bool overlap = false;
-      for (int py = 0; py < other.height; ++py)
-        for (int px = 0; px < other.width; ++px) {
-          overlap |= pixels.contains(x + px, y + py);
-          if (mode == 0) pixels.put(x + px, y + py, other.get(px, py));
-          if (mode < 3 && other.get(px, py)) pixels.put(x + px, y + py, mode != 2);
-        }
-      ASSERT_EQ(rleMergeRect(rect.get(), x, y, otherRect.get(), mode), overlap ? 1 : 0);
-      ASSERT_EQ(rleMergeRect(rect.get(), INT_MIN, INT_MAX, otherRect.get(), mode), 0);
-    }
-    ASSERT_TRUE(pixels.width == 0 || rleCheckRect(rect.get()) == 1);
-    ASSERT_EQ(Pixels(rect.get()), pixels) << "step " << step;
   }
 }
 
