@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <memory>
 
-#include "g4/g4_bits.h"
 #include "support/byte_stream.h"
 #include "support/picture.h"
 #include "support/pixels.h"
@@ -26,6 +25,14 @@ void setRuns(RleLine* line, const Runs& runs) {
   const Row row(runs);
   std::swap(line->runs, row->runs);
   std::swap(line->count, row->count);
+}
+
+// What the library writes for an image, checked to be the bytes put and nothing else.
+std::vector<uint8_t> encode(RleRect* rect, int32_t expected = 1) {
+  ByteStream stream;
+  EXPECT_EQ(rleUnloadRectFromCCITTG4(&stream, rect), expected);
+  EXPECT_EQ(stream.operations, int64_t(stream.bytes.size()));
+  return stream.bytes;
 }
 
 TEST(EncodingGroup4, OfRowsSpelledOut) {

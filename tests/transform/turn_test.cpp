@@ -27,17 +27,6 @@ TEST(Mirrors, OfARegionMoveItsImageItsMaskAndItsVertices) {
   EXPECT_EQ(region->points[0].y, 2 + 3);
 }
 
-TEST(Mirrors, OfRowsOfAnyLengthKeepThemValid) {
-  for (int runs = 0; runs < 40; ++runs) {
-    std::string row(size_t(3 * runs + 2), '.');
-    for (size_t i = 0; i < size_t(runs); ++i) row[3 * i + 1] = row[3 * i + i % 2] = '#';
-    const Row line(row);
-    rleMirrorLine(line, int32_t(row.size()));
-    EXPECT_EQ(picture(line, int(row.size())), std::string(row.rbegin(), row.rend()));
-    EXPECT_EQ(rleCheckLine(line, int32_t(row.size())), 1);
-  }
-}
-
 TEST(QuarterTurns, FillBuffersThatFit) {
   const OwnedRect page = image({"##.#.", ".....", "#.###"});
   page->tag = 5;
