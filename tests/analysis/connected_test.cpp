@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <thread>
 #include <utility>
 
 #include "reference/literal_row.h"
@@ -69,39 +70,29 @@ TEST(Connected, RowsAreThoseOfRunsSetOneByOne) {
   }
 }
 
-struct Call {
-  RleRect* image;
-  int x, y;
-  uint16_t left = 77, top = 78;
-  OwnedRect result = nullptr;
-};
-
-void* run(void* argument) {
-  auto& call = *static_cast<Call*>(argument);
-  call.result.reset(rleConnected(call.image, call.x, call.y, &call.left, &call.top));
-  return nullptr;
-}
-
 TEST(Connected, TheLargestAndLongestNeedNoCallStack) {
+  pthread_attr_t usual, small;
+  pthread_getattr_default_np(&usual);
+  pthread_attr_init(&small);
+  pthread_attr_setstacksize(&small, 128 * 1024);
+  ASSERT_EQ(pthread_setattr_default_np(&small), 0);
   constexpr int kMost = 65535;
   const Pixels images[] = {drawing(kSpiral, 11, kMost), drawing(kSpiral, kMost, 11),
                            drawing(kComb, 9, kMost),    drawing(kLyingComb, 9, kMost),
                            drawing(kComb, kMost, 4),    drawing(kFull, kMost, 3)};
   for (const Pixels& pixels : images) {  // each all of one piece
     const OwnedRect rect = pixels.toRect(300);
-    const int y = pixels.height - 1;
-    Call call{rect.get(), pixels.get(pixels.width - 1, y) ? pixels.width - 1 : 0, y};
-    pthread_attr_t small;
-    pthread_attr_init(&small);
-    pthread_attr_setstacksize(&small, 128 * 1024);
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, &small, run, &call), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&small);
-    ASSERT_TRUE(call.result);
-    EXPECT_TRUE(Pixels(call.result.get()) == pixels);
-    EXPECT_EQ(call.left + call.top, 0);
+    const int x = pixels.get(pixels.width - 1, pixels.height - 1) ? pixels.width - 1 : 0;
+    uint16_t left = 77, top = 78;
+    OwnedRect found;
+    std::thread([&] {
+      found.reset(rleConnected(rect.get(), x, pixels.height - 1, &left, &top));
+    }).join();
+    ASSERT_TRUE(found);
+    EXPECT_TRUE(Pixels(found.get()) == pixels);
+    EXPECT_EQ(left + top, 0);
   }
+  pthread_setattr_default_np(&usual);
 }
 
 }  // namespace

@@ -48,6 +48,18 @@ TEST(FatLines, HaveCapsUnlessTheyAreClosed) {
     EXPECT_EQ(drawn(30, 30, {square, 4, cap}), Pixels(closed.get()));
 }
 
+TEST(FatLines, TakeDashesInTurnFromTheirOffsetOn) {
+  const auto row = [](std::vector<uint8_t> dashes, int offset, int mode) {
+    const OwnedRect rect = image({"............###############"});
+    draw(rect.get(), {{{0, 0}, {30, 0}}, 1, Butt, Mitre, std::move(dashes), offset, mode});
+    return picture(rect.get())[0];
+  };
+  EXPECT_EQ(row({3, 2, 1}, 0, 1), "###..#...##.###############");
+  EXPECT_EQ(row({3, 2, 1}, 7, 1), "..##.###..#.###############");
+  EXPECT_EQ(row({3, 2}, 0, 0), "###########################");  // gaps too
+  EXPECT_EQ(row({3, 2}, 0, 2), ".............##...##...##..");
+}
+
 struct Place {
   double distance;  // to the line
   bool inside;      // of a segment and well away from its border and its ends, with caps and joins

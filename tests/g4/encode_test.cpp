@@ -109,7 +109,7 @@ TEST(EncodingGroup4, SortsOutRunsAndRaisesEndsInTheImage) {
   const OwnedRect rect = blank(30, 3);
   const Runs before[] = {
       {{3, 5}, {5, 8}, {9, 9}, {7, 6}, {8, 10}, {12, 14}, {2, 13}, {13, 13}},
-      {{12, 20}, {13, 15}, {16, 22}, {4, 9}, {23, 29}},
+      {{12, 20}, {12, 21}, {16, 22}, {4, 9}, {23, 29}},
       {{4, 9}, {28, 35}, {40, 50}},
   };
   for (int y = 0; y < 3; ++y) setRuns(rect->rows[y], before[y]);
@@ -149,11 +149,19 @@ TEST(EncodingGroup4, StopsAtARefusedByteBeforeLaterRowsAreTouched) {
 TEST(EncodingGroup4, TakesAsManyElementsAsARowMayHave) {
   const OwnedRect rect = blank(65535, 2);
   Runs runs;
-  for (int i = 0; i < 25801; ++i) runs.emplace_back(2 * i, 2 * i + 1);
-  setRuns(rect->rows[1], runs);
-  EXPECT_EQ(encode(rect.get(), -1), std::vector<uint8_t>{});  // one bit of row 0 is not a byte
-  rect->rows[1]->runs[25800] = {7, 7};
-  EXPECT_EQ(encode(rect.get()).size(), (1 + 25799 * 12 + 17 + 1 + 24 + 7) / 8U);
+  for (int i = 0; i < 25802; ++i) runs.emplace_back(2 * i, 2 * i + 1);
+  runs[25801] = {7, 7};  // not in order, and nothing
+  RleLine& row = *rect->rows[1];
+  setRuns(&row, runs);
+  const std::vector<uint8_t> none;
+  EXPECT_EQ(encode(rect.get(), -1), none);  // one bit of row 0 is not a byte
+  row.count = 25801;
+  EXPECT_EQ(encode(rect.get(), -1), none);
+  row.runs[25800] = {7, 7};
+  const auto most = encode(rect.get());
+  EXPECT_EQ(most.size(), (1 + 25799 * 12 + 17 + 1 + 24 + 7) / 8U);
+  row.count = 25800;
+  EXPECT_EQ(encode(rect.get()), most);
 }
 
 }  // namespace

@@ -56,6 +56,7 @@ TEST(Packing, KeepsItsCorners) {
     EXPECT_EQ(packed({0xFF}, x1, x2), Runs{});
   for (const auto& [x2, y2] : Runs{{-2, 0}, {0, -2}, {65535, 0}, {0, 65535}})
     EXPECT_EQ(rlePackRect(nullptr, 8, 0, 0, x2, 0, y2, 200), nullptr);
+  EXPECT_TRUE(OwnedRect(rlePackRect(nullptr, 8, 0, 0, 65534, -65535, -1, 200)));
 }
 
 // Of 2^-13 parts of a bit the low 32 bits count: at 512 bits a column, column 1024 is at bit 0

@@ -21,10 +21,11 @@ TEST(Painting, ColourPatternAndModeDecideTogether) {
     int mode;
     const char* result;  // of painting columns 1 to 4
   } cases[] = {
-      {1, nullptr, 0, "#####..#"},     {0, nullptr, 1, "#......#"},
-      {1, nullptr, 2, "#......#"},     {0, nullptr, 2, "#####..#"},
-      {-1, tile.get(), 2, "##.....#"}, {5, tile.get(), 1, "#####..#"},
-      {-1, tile.get(), 9, "#.#.#..#"}, {0, tile.get(), 1, "#......#"},
+      {-1, nullptr, 1, "#####..#"},   {1, nullptr, 0, "#####..#"},
+      {0, nullptr, 1, "#......#"},    {1, nullptr, 2, "#......#"},
+      {0, nullptr, 2, "#####..#"},    {-1, tile.get(), 2, "##.....#"},
+      {5, tile.get(), 1, "#####..#"}, {-1, tile.get(), 9, "#.#.#..#"},
+      {0, tile.get(), 1, "#......#"},
   };
   for (const auto& c : cases) {
     const OwnedRect page = image({"###....#", "###....#"});  // by a span, by a rectangle

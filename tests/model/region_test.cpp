@@ -37,8 +37,10 @@ TEST(Regions, ACopyHasTheSizeAskedFor) {
   EXPECT_EQ(copy->width * 1000 + copy->height, 10010);
   EXPECT_EQ(copy->resolution, 400);
   EXPECT_EQ(copy->tag + copy->rows[5]->tag, 0U);
-  EXPECT_EQ(copy->rows[4]->runs, nullptr);         // outside the source
-  EXPECT_EQ(capacityOf(copy->rows[6]->runs), 5U);  // inside, and blank
+  EXPECT_EQ(copy->rows[4]->runs, nullptr);                           // outside the source
+  EXPECT_EQ(capacityOf(copy->rows[6]->runs), 5U);                    // inside, and blank
+  const OwnedRect narrow(rleCopyRect(rect.get(), -65535, 0, 2, 0));  // 2 columns in 16 bits
+  EXPECT_EQ(picture(narrow.get()), std::vector<std::string>{".."});
   const OwnedLine copied(rleCopyLine(rect->rows[0], 1, 9)), cut(rleCutLine(rect->rows[0], 1, 9));
   EXPECT_EQ(picture(copied.get(), 4) + picture(cut.get(), 4), "##..##..");
   EXPECT_EQ(picture(rect->rows[0], 3), "#..");
@@ -61,37 +63,33 @@ TEST(Regions, APolygonRegionReplacesOnlyWhatItsMaskCovers) {
   EXPECT_EQ(pasted(0), "#..###");
 }
 
-// An image whose row y has the pixels row(y), bit by bit.
-template <class RowPixels>
-OwnedRect imageOf256Rows(RowPixels row) {
-  Pixels pixels(8, 256);
-  for (int i = 0; i < 8 * 256; ++i)
-    pixels.put(i % 8, i / 8, (row(uint32_t(i / 8)) >> i % 8 & 1) != 0);
-  return pixels.toRect();
-}
-
 TEST(Regions, EveryRowOfEightColumnsOverEveryOther) {
-  const OwnedRect source = imageOf256Rows([](uint32_t y) { return y; });
-  for (uint32_t to = 0; to < 256; ++to) {
-    const OwnedRect before = imageOf256Rows([&](uint32_t) { return to; });
-    const auto expect = [&](auto operation, auto row) {
-      const OwnedRect after(rleDupRect(before.get()));
-      operation(after.get());
-      ASSERT_EQ(picture(after.get()), picture(imageOf256Rows(row).get())) << to;
-      ASSERT_EQ(rleCheckRect(after.get()), 1) << to;
-    };
-    const auto merge = [&](int mode) {
-      return [&, mode](RleRect* rect) { rleMergeRect(rect, 0, 0, source.get(), mode); };
-    };
-    const auto mask = [&](int mode) {
-      return [&, mode](RleRect* rect) { rleMaskRect(rect, source.get(), mode); };
-    };
-    expect(merge(0), [](uint32_t y) { return y; });
-    expect(merge(1), [&](uint32_t y) { return to | y; });
-    expect(merge(2), [&](uint32_t y) { return to & ~y; });
-    expect(mask(0), [&](uint32_t y) { return to & y; });
-    expect(mask(1), [&](uint32_t y) { return to | ~y; });
-  }
+  const struct {
+    void (*change)(RleRect* to, RleRect* from);
+    uint32_t (*pixels)(uint32_t to, uint32_t from);
+  } operations[] = {
+      {[](auto* to, auto* from) { rleMergeRect(to, 0, 0, from, 0); },
+       [](uint32_t, uint32_t from) { return from; }},
+      {[](auto* to, auto* from) { rleMergeRect(to, 0, 0, from, 1); },
+       [](uint32_t to, uint32_t from) { return to | from; }},
+      {[](auto* to, auto* from) { rleMergeRect(to, 0, 0, from, 2); },
+       [](uint32_t to, uint32_t from) { return to & ~from; }},
+      {[](auto* to, auto* from) { rleMaskRect(to, from, 0); },
+       [](uint32_t to, uint32_t from) { return to & from; }},
+      {[](auto* to, auto* from) { rleMaskRect(to, from, 1); },
+       [](uint32_t to, uint32_t from) { return to | ~from; }},
+  };
+  std::vector<std::string> sources(256);
+  for (uint32_t y = 0; y < 256; ++y) sources[y] = picture(y, 8);
+  const OwnedRect source = image(sources);
+  for (uint32_t to = 0; to < 256; ++to)
+    for (const auto& [change, pixels] : operations) {
+      const OwnedRect rect = image(std::vector(256, picture(to, 8)));
+      change(rect.get(), source.get());
+      for (uint32_t y = 0; y < 256; ++y)
+        ASSERT_EQ(picture(rect->rows[y], 8), picture(pixels(to, y), 8)) << to << ' ' << y;
+      ASSERT_EQ(rleCheckRect(rect.get()), 1) << to;
+    }
 }
 
 }  // namespace
