@@ -65,27 +65,26 @@ TEST(Regions, APolygonRegionReplacesOnlyWhatItsMaskCovers) {
 
 TEST(Regions, EveryRowOfEightColumnsOverEveryOther) {
   const struct {
-    void (*change)(RleRect* to, RleRect* from);
+    bool masks;
+    int mode;
     uint32_t (*pixels)(uint32_t to, uint32_t from);
   } operations[] = {
-      {[](auto* to, auto* from) { rleMergeRect(to, 0, 0, from, 0); },
-       [](uint32_t, uint32_t from) { return from; }},
-      {[](auto* to, auto* from) { rleMergeRect(to, 0, 0, from, 1); },
-       [](uint32_t to, uint32_t from) { return to | from; }},
-      {[](auto* to, auto* from) { rleMergeRect(to, 0, 0, from, 2); },
-       [](uint32_t to, uint32_t from) { return to & ~from; }},
-      {[](auto* to, auto* from) { rleMaskRect(to, from, 0); },
-       [](uint32_t to, uint32_t from) { return to & from; }},
-      {[](auto* to, auto* from) { rleMaskRect(to, from, 1); },
-       [](uint32_t to, uint32_t from) { return to | ~from; }},
+      {false, 0, [](uint32_t, uint32_t from) { return from; }},
+      {false, 1, [](uint32_t to, uint32_t from) { return to | from; }},
+      {false, 2, [](uint32_t to, uint32_t from) { return to & ~from; }},
+      {true, 0, [](uint32_t to, uint32_t from) { return to & from; }},
+      {true, 1, [](uint32_t to, uint32_t from) { return to | ~from; }},
   };
   std::vector<std::string> sources(256);
   for (uint32_t y = 0; y < 256; ++y) sources[y] = picture(y, 8);
   const OwnedRect source = image(sources);
   for (uint32_t to = 0; to < 256; ++to)
-    for (const auto& [change, pixels] : operations) {
+    for (const auto& [masks, mode, pixels] : operations) {
       const OwnedRect rect = image(std::vector(256, picture(to, 8)));
-      change(rect.get(), source.get());
+      if (masks)
+        rleMaskRect(rect.get(), source.get(), mode);
+      else
+        rleMergeRect(rect.get(), 0, 0, source.get(), mode);
       for (uint32_t y = 0; y < 256; ++y)
         ASSERT_EQ(picture(rect->rows[y], 8), picture(pixels(to, y), 8)) << to << ' ' << y;
       ASSERT_EQ(rleCheckRect(rect.get()), 1) << to;
