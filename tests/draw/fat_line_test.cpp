@@ -45,7 +45,11 @@ TEST(FatLines, HaveCapsUnlessTheyAreClosed) {
   rleFillRect(closed.get(), 12, 12, 17, 17, 0, nullptr, 1);
   const std::vector<RlePoint> square = {{10, 10}, {20, 10}, {20, 20}, {10, 20}, {10, 10}};
   for (const int cap : {Butt, RoundCap, Square})
-    EXPECT_EQ(drawn(30, 30, {square, 4, cap}), Pixels(closed.get()));
+    for (const std::vector<uint8_t>& dashes : {std::vector<uint8_t>{}, {25, 7}})
+      EXPECT_EQ(drawn(30, 30, {square, 4, cap, Mitre, dashes, 0, 0}), Pixels(closed.get()));
+  const std::vector<RlePoint> corner = {{3, 3}, {20, 5}, {4, 8}};
+  for (const int join : {RoundJoin, Bevel})  // one pixel wide, caps and joins are always the same
+    EXPECT_EQ(drawn(30, 12, {corner, 1, Square, join}), drawn(30, 12, {corner, 1}));
 }
 
 TEST(FatLines, TakeDashesInTurnFromTheirOffsetOn) {

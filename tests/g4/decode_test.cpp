@@ -140,6 +140,12 @@ TEST(DecodingGroup4, OfRowsThatAreTooLongStopsAtTheElementThatIsTooMany) {
                                    true);
         ASSERT_TRUE(decodesAsTheWalk(bytes, width, 2, true)) << pairs << " and " << more;
       }
+  // A pair whose first run is one too many, its codes at different places in their bytes.
+  for (const std::string white : {"1011", "10011", "001000", "0100111"}) {
+    const auto bytes =
+        bytesOf("001" + white + "010 1 1" + repeated("001 010 000111", 25800) + kEofb, true);
+    ASSERT_TRUE(decodesAsTheWalk(bytes, 65535, 2, true)) << white;
+  }
 }
 
 // A stream that decodes its own data from within getByte now and then.

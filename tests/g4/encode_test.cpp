@@ -104,7 +104,7 @@ TEST(EncodingGroup4, OfEveryRowUnderEveryRowAndOfRandomPagesIsLibtiffs) {
 TEST(EncodingGroup4, SortsOutRunsAndRaisesEndsInTheImage) {
   const std::vector<Runs> before = {
       {{3, 5}, {5, 8}, {9, 9}, {7, 6}, {8, 10}, {12, 14}, {2, 13}, {13, 13}},
-      {{12, 20}, {12, 21}, {16, 22}, {4, 9}, {23, 29}},
+      {{12, 20}, {12, 22}, {16, 21}, {4, 9}, {23, 29}},
       {{4, 9}, {28, 35}, {40, 50}},
   };
   const OwnedRect rect = withRows(30, before);
