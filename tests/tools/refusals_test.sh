@@ -89,6 +89,7 @@ refuses_operation 1 "the result would be empty" --scale 1e-300,min
 refuses_operation 1 "the pixel 0,0 is white" --component 0,0
 refuses_operation 1 "the pixel 9,3508 lies outside the page" --component 9,3508
 refuses 1 "cannot be turned by an odd number" convert small.tif out/out.tif --crop 0,0,3,0 --turn 3
+refuses 1 "would be 3144 x 65560 pixels" convert small.tif out/out.tif --crop 0,0,1999,65534 --rotate 1
 refuses 1 "small.tif: the pixel 0,0 is white" component small.tif 0,0 out/out.tif
 refuses 1 "small.tif: no black pixel within 1 of 0,0" nearest small.tif 0,0 --radius 1
 refuses 2 "65535 is out of range" nearest small.tif 65535,0

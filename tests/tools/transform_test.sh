@@ -20,6 +20,8 @@ converts --scale 2 -- "####........" "####........" "....##......" "....##......
 # Point sampling takes every other row and drops the pixels that shrink to nothing.
 converts --scale 0.5 -- "#.." "..."
 converts --scale 0.5,min -- "##." "..#"
+# A third is rounded up to a number of 32768ths, so two columns are left.
+converts --scale 0.33333333 -- ".."
 # 200 dpi becomes 100 as a scale of 0.5.
 converts --dpi 100 -- "#.." "..."
 grep -q "Resolution: 100, 100 pixels/inch" <<<"$(tiffinfo out.tif)" || fail "resolution"
