@@ -36,6 +36,7 @@ converts --merge stamp.tif,4,1,2 -- "..####......" "..#..#...##." "..###....##."
 converts --mask half.tif -- "..####......" "..#..#......" "..####......" "............" "#..........."
 # The tile starts at column 0 of the page and at the first row of the rectangle.
 converts --pattern stamp.tif,1,3,7,4,replace -- "${page[@]:0:3}" "..##.##....." "##..#..#...#"
+converts --pattern stamp.tif,0,1,11,1,clear -- "..####......" "..........#." "${page[@]:2}"
 converts --pattern stamp.tif,6,0,8,1,set -- "..#####.#..." "..#..#.#.##." "${page[@]:2}"
 
 # Order counts, and an operation may come more than once.
