@@ -1,4 +1,5 @@
-// The nearest black pixel, against a scan of every run of the search area.
+// The nearest black pixel of the largest image, against a scan of every run of the search area.
+// (Of small ones: random cases of analysis.)
 
 #include <gtest/gtest.h>
 
@@ -6,7 +7,6 @@
 #include <tuple>
 
 #include "support/picture.h"
-#include "support/pixels.h"
 
 namespace rle::test {
 namespace {
@@ -35,22 +35,6 @@ Answer closest(const OwnedRect& image, int x, int y, int r) {
   return {found, foundX, foundY};
 }
 
-TEST(Closest, AgreesWithAScanOfEveryRun) {
-  std::mt19937 random(1);
-  for (int i = 0; i < 2000; ++i) {
-    const int width = randomInt(random, 1, 60), height = randomInt(random, 1, 60);
-    const OwnedRect rect = randomPixels(random, width, height, 2, 3 << i % 7).toRect();
-    for (int y = 0; i % 5 == 0 && y < height; ++y)
-      if (y % 16 != 0) rleClearLine(rect->rows[y], 0, width - 1);
-    for (int query = 0; query < 20; ++query) {
-      const int x = randomInt(random, 0, width + 20), y = randomInt(random, 0, height + 20);
-      const int r = query == 0 ? 65535 : randomInt(random, 0, 25);
-      ASSERT_EQ(closest(rect, x | i << 16, y | query << 16, r | 5 << 16), scan(*rect, x, y, r))
-          << i << ": " << x << ' ' << y << ' ' << r;
-    }
-  }
-}
-
 TEST(Closest, ReachesTheEdgesOfSixteenBits) {
   const OwnedRect rect(rleNewRect(65535, 65535, 200));
   rleSetLine(rect->rows[0], 0, 0);
@@ -59,7 +43,8 @@ TEST(Closest, ReachesTheEdgesOfSixteenBits) {
   for (const int x : {0, 300, 65534, 65535})
     for (const int y : {0, 1, 20000, 39999, 65534, 65535})
       for (const int r : {0, 1, 100, 40000, 65535})
-        EXPECT_EQ(closest(rect, x, y, r), scan(*rect, x, y, r)) << x << ' ' << y << ' ' << r;
+        EXPECT_EQ(closest(rect, x | 7 << 16, y | 8 << 16, r | 9 << 16), scan(*rect, x, y, r))
+            << x << ' ' << y << ' ' << r;
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <memory>
 
-#include "g4/g4_bits.h"
 #include "support/byte_stream.h"
 #include "support/picture.h"
 #include "support/pixels.h"
@@ -18,14 +17,18 @@ namespace {
 
 using Runs = std::vector<std::pair<int, int>>;
 
-OwnedRect blank(int width, int height) {
-  return OwnedRect(rleNewRect(uint32_t(width), uint32_t(height), 200));
+OwnedRect withRows(int width, const std::vector<Runs>& rows) {
+  OwnedRect rect(rleNewRect(uint32_t(width), uint32_t(rows.size()), 200));
+  for (size_t y = 0; y < rows.size(); ++y) std::swap(*rect->rows[y], *Row(rows[y]).operator->());
+  return rect;
 }
 
-void setRuns(RleLine* line, const Runs& runs) {
-  const Row row(runs);
-  std::swap(line->runs, row->runs);
-  std::swap(line->count, row->count);
+// What the library writes for an image, checked to be the bytes put and nothing else.
+std::vector<uint8_t> encode(RleRect* rect, int32_t expected = 1) {
+  ByteStream stream;
+  EXPECT_EQ(rleUnloadRectFromCCITTG4(&stream, rect), expected);
+  EXPECT_EQ(stream.operations, int64_t(stream.bytes.size()));
+  return stream.bytes;
 }
 
 TEST(EncodingGroup4, OfRowsSpelledOut) {
@@ -99,18 +102,17 @@ TEST(EncodingGroup4, OfEveryRowUnderEveryRowAndOfRandomPagesIsLibtiffs) {
 }
 
 TEST(EncodingGroup4, SortsOutRunsAndRaisesEndsInTheImage) {
-  const OwnedRect rect = blank(30, 3);
-  const Runs before[] = {
+  const std::vector<Runs> before = {
       {{3, 5}, {5, 8}, {9, 9}, {7, 6}, {8, 10}, {12, 14}, {2, 13}, {13, 13}},
-      {{12, 20}, {13, 15}, {16, 22}, {4, 9}, {23, 29}},
+      {{12, 20}, {12, 22}, {16, 21}, {4, 9}, {23, 29}},
       {{4, 9}, {28, 35}, {40, 50}},
   };
-  for (int y = 0; y < 3; ++y) setRuns(rect->rows[y], before[y]);
+  const OwnedRect rect = withRows(30, before);
   EXPECT_EQ(encode(rect.get()),
             encode(image({"...#######..##................", "............##########.######.",
                           "....#####...................##"})
                        .get()));
-  for (int y = 0; y < 3; ++y) {
+  for (size_t y = 0; y < 3; ++y) {
     Runs after = before[y];
     if (y < 2) after[0].second = y == 0 ? 10 : 22;
     EXPECT_EQ(runsOf(rect->rows[y]), after);
@@ -118,9 +120,9 @@ TEST(EncodingGroup4, SortsOutRunsAndRaisesEndsInTheImage) {
 }
 
 TEST(EncodingGroup4, StopsAtARefusedByteBeforeLaterRowsAreTouched) {
-  const OwnedRect page = blank(500, 12);
-  for (int x = 0; x < 480; x += 40)
-    setRuns(page->rows[x / 40], {{3 + x, 12 + x}, {11 + x, 33 + x}});
+  std::vector<Runs> rows;
+  for (int x = 0; x < 480; x += 40) rows.push_back({{3 + x, 12 + x}, {11 + x, 33 + x}});
+  const OwnedRect page = withRows(500, rows);
   const auto copy = [&] { return OwnedRect(rleDupRect(page.get())); };
   page->height = 11;
   const auto before = encode(copy().get());
@@ -140,13 +142,20 @@ TEST(EncodingGroup4, StopsAtARefusedByteBeforeLaterRowsAreTouched) {
 }
 
 TEST(EncodingGroup4, TakesAsManyElementsAsARowMayHave) {
-  const OwnedRect rect = blank(65535, 2);
   Runs runs;
-  for (int i = 0; i < 25801; ++i) runs.emplace_back(2 * i, 2 * i + 1);
-  setRuns(rect->rows[1], runs);
-  EXPECT_EQ(encode(rect.get(), -1), std::vector<uint8_t>{});  // one bit of row 0 is not a byte
-  rect->rows[1]->runs[25800] = {7, 7};
-  EXPECT_EQ(encode(rect.get()).size(), (1 + 25799 * 12 + 17 + 1 + 24 + 7) / 8U);
+  for (int i = 0; i < 25802; ++i) runs.emplace_back(2 * i, 2 * i + 1);
+  runs[25801] = {7, 7};  // not in order, and nothing
+  const OwnedRect rect = withRows(65535, {{}, runs});
+  RleLine& row = *rect->rows[1];
+  const std::vector<uint8_t> none;
+  EXPECT_EQ(encode(rect.get(), -1), none);  // one bit of row 0 is not a byte
+  row.count = 25801;
+  EXPECT_EQ(encode(rect.get(), -1), none);
+  row.runs[25800] = {7, 7};
+  const auto most = encode(rect.get());
+  EXPECT_EQ(most.size(), (1 + 25799 * 12 + 17 + 1 + 24 + 7) / 8U);
+  row.count = 25800;
+  EXPECT_EQ(encode(rect.get()), most);
 }
 
 }  // namespace

@@ -160,15 +160,7 @@ TEST(TiffReader, RoundsResolutions) {
 }
 
 TEST(TiffReader, SurvivesWhatIsNoDirectory) {
-  const Bytes good = file(kEntries);
-  for (size_t size = 0; size < good.size(); ++size)
-    read(Bytes(good.begin(), good.begin() + int64_t(size)));
-  for (size_t bit = 0; bit < 8 * good.size(); ++bit) {
-    Bytes bytes = good;
-    bytes[bit / 8] = uint8_t(bytes[bit / 8] ^ 1 << bit % 8);
-    read(bytes);
-  }
-  Bytes endless = good;  // 65,535 entries, of which eleven are there
+  Bytes endless = file(kEntries);  // 65,535 entries, of which eleven are there
   endless[24] = endless[25] = 0xFF;
   EXPECT_EQ(read(endless), (Facts{100, 50, 72, 72, 30, 0, 1})) << "the error spoils what follows";
   for (const int high : {0x7F, 0x80, 0xFF}) {  // where no directory can be

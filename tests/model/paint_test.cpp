@@ -21,10 +21,11 @@ TEST(Painting, ColourPatternAndModeDecideTogether) {
     int mode;
     const char* result;  // of painting columns 1 to 4
   } cases[] = {
-      {1, nullptr, 0, "#####..#"},     {0, nullptr, 1, "#......#"},
-      {1, nullptr, 2, "#......#"},     {0, nullptr, 2, "#####..#"},
-      {-1, tile.get(), 2, "##.....#"}, {5, tile.get(), 1, "#####..#"},
-      {-1, tile.get(), 9, "#.#.#..#"}, {0, tile.get(), 1, "#......#"},
+      {-1, nullptr, 1, "#####..#"},   {1, nullptr, 0, "#####..#"},
+      {0, nullptr, 1, "#......#"},    {1, nullptr, 2, "#......#"},
+      {0, nullptr, 2, "#####..#"},    {-1, tile.get(), 2, "##.....#"},
+      {5, tile.get(), 1, "#####..#"}, {-1, tile.get(), 9, "#.#.#..#"},
+      {0, tile.get(), 1, "#......#"},
   };
   for (const auto& c : cases) {
     const OwnedRect page = image({"###....#", "###....#"});  // by a span, by a rectangle
@@ -45,32 +46,27 @@ TEST(Painting, NothingIsPaintedOutsideTheImageOrWithoutATile) {
   EXPECT_THAT(picture(page.get()), ElementsAre("#####.......", "..........##", "............"));
 }
 
-// Piece by piece and edit by edit as in the definition, and pixel by pixel.
-TEST(Painting, TilesOfEverySizeEqualPixelsAndSingleEdits) {
+// Piece by piece and edit by edit, as in the definition.
+TEST(Painting, TilesOfEverySizeLeaveWhatSingleEditsLeave) {
   std::mt19937 random(99);
   for (int round = 0; round < 3000; ++round) {
-    Pixels pixels = randomPixels(random, randomInt(random, 1, 200), 1);
+    const Pixels pixels = randomPixels(random, randomInt(random, 1, 200), 1);
     const Pixels tile =
         randomPixels(random, randomInt(random, 1, 40), randomInt(random, 1, 3), 2, 3);
     const OwnedRect rect = pixels.toRect(), pattern = tile.toRect();
     const int x1 = randomInt(random, 0, pixels.width - 1);
     const int x2 = randomInt(random, x1, pixels.width - 1);
     const int y = randomInt(random, 0, 65535), mode = randomInt(random, 0, 3);
-    const bool copies = mode == 0 || mode == 3;
     LiteralRow literal(rect->rows[0]);
     for (int x = x1; x <= x2;) {
       const int sx = x % tile.width, length = std::min(tile.width - sx, x2 - x + 1);
-      if (copies) literal.edit(false, x, x + length);
+      if (mode == 0 || mode == 3) literal.edit(false, x, x + length);
       for (const auto& [start, end] : runsOf(pattern->rows[y % tile.height]))
         literal.edit(mode != 2, x - sx + std::max(start, sx), x - sx + std::min(end, sx + length));
-      for (const int stop = x + length; x < stop; ++x) {
-        const bool black = tile.get(x % tile.width, y % tile.height);
-        if (copies || black) pixels.put(x, 0, black && mode != 2);
-      }
+      x += length;
     }
     rlePatternLine(rect->rows[0], x1, x2, y - 65536, pattern.get(), mode);
     ASSERT_TRUE(literal.matches(rect->rows[0])) << "round " << round;
-    ASSERT_EQ(Pixels(rect.get()), pixels) << "round " << round;
   }
 }
 

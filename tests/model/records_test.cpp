@@ -55,6 +55,8 @@ TEST(Records, ACopyHasTheSameContentInItsOwnMemory) {
   poly->count = 4;
   poly->fillRule = 1;
   poly->image = image({"#.#.#.", "......"}).release();
+  poly->image->tag = 3;
+  poly->image->rows[1]->tag = 7;
   poly->points = rleAllocPoints(4);
   poly->points[3] = {-5, 6};
   const OwnedPoly copy(rleDupPoly(poly.get()));
@@ -62,6 +64,7 @@ TEST(Records, ACopyHasTheSameContentInItsOwnMemory) {
   EXPECT_EQ(copy->mask, nullptr);
   EXPECT_EQ(copy->points[3].x, -5);
   EXPECT_EQ(copy->fillRule, 1);
+  EXPECT_EQ(copy->image->tag + copy->image->rows[1]->tag, 3U + 7U);
   EXPECT_EQ(picture(copy->image), (std::vector<std::string>{"#.#.#.", "......"}));
   EXPECT_EQ(capacityOf(copy->image->rows[1]->runs), 5U);  // an empty row's copy has a buffer
 }

@@ -22,14 +22,8 @@ struct PlainRotation {
     if (a < 0) a += 360;
     const double c = std::cos(a * 3.141592653589793 * 0.005555555555555556);
     const double s = std::sin(a * 3.141592653589793 * 0.005555555555555556);
-    octant_ = a <= 45    ? 1
-              : a <= 90  ? 2
-              : a <= 135 ? 3
-              : a <= 180 ? 4
-              : a <= 225 ? 5
-              : a <= 270 ? 6
-              : a <= 315 ? 7
-                         : 8;
+    octant_ = 1;
+    while (octant_ < 8 && a > 45 * octant_) ++octant_;
     steep_ = octant_ % 4 == 2 || octant_ % 4 == 3;
     const int w = source->width;
     const int h = source->height;
@@ -81,14 +75,11 @@ struct PlainRotation {
       flush();
     }
     const int quarter = (octant_ - 1) / 2;
-    cornerX = quarter == 1   ? std::abs(c) * w
-              : quarter == 2 ? width_
-              : quarter == 3 ? width_ - std::abs(c) * w
-                             : 0;
-    cornerY = quarter == 0   ? w * s
-              : quarter == 1 ? height_
-              : quarter == 2 ? height_ - std::abs(s) * w
-                             : 0;
+    const double alongX = std::abs(c) * w, alongY = std::abs(s) * w;
+    const double cornersX[] = {0, alongX, double(width_), width_ - alongX};
+    const double cornersY[] = {w * s, double(height_), height_ - alongY, 0};
+    cornerX = cornersX[quarter];
+    cornerY = cornersY[quarter];
   }
 
  private:

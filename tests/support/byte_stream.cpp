@@ -1,5 +1,6 @@
 #include "support/byte_stream.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace rle::test {
@@ -7,104 +8,76 @@ namespace {
 
 ByteStream& self(RleStream* stream) { return *static_cast<ByteStream*>(stream); }
 
-bool put(ByteStream& s, uint8_t byte) {
-  if (s.failed) return false;
-  if (s.position >= s.bytes.size()) s.bytes.resize(s.position + 1);
-  s.bytes[s.position++] = byte;
-  return true;
+// Counts an operation; true when it is the one that has to fail.
+bool failsNow(ByteStream& stream) {
+  const bool fails = stream.operations++ == stream.failAt;
+  stream.failed |= fails;
+  return fails;
 }
 
-int32_t get(ByteStream& s) {
-  if (s.failed || s.position >= s.bytes.size()) {
-    s.failed = true;
-    return -1;
-  }
-  return s.bytes[s.position++];
-}
-
-uint32_t getWord(ByteStream& s, int size) {
+// A number of so many bytes; those that cannot be had are 0xFF.
+uint32_t get(ByteStream& stream, int size) {
+  failsNow(stream);
   uint32_t value = 0;
   for (int i = 0; i < size; ++i) {
-    const auto byte = uint32_t(get(s)) & 0xFF;
-    value = s.littleEndian ? value | byte << (8 * i) : value << 8 | byte;
+    stream.failed |= stream.position >= stream.bytes.size();
+    const uint32_t byte = stream.failed ? 0xFF : stream.bytes[stream.position++];
+    value = stream.littleEndian ? value | byte << 8 * i : value << 8 | byte;
   }
   return value;
 }
 
-int32_t putWord(ByteStream& s, uint32_t value, int size) {
+bool put(ByteStream& stream, const uint8_t* bytes, size_t size) {
+  failsNow(stream);
+  if (stream.failed || size == 0) return !stream.failed;  // nothing makes no stream longer
+  stream.bytes.resize(std::max(stream.bytes.size(), stream.position + size));
+  std::copy_n(bytes, size, stream.bytes.begin() + std::ptrdiff_t(stream.position));
+  stream.position += size;
+  return true;
+}
+
+int32_t put(ByteStream& stream, uint32_t value, int size) {
+  uint8_t bytes[4];
   for (int i = 0; i < size; ++i)
-    if (!put(s, uint8_t(value >> 8 * (s.littleEndian ? i : size - 1 - i)))) return -1;
-  return 0;
+    bytes[stream.littleEndian ? i : size - 1 - i] = uint8_t(value >> 8 * i);
+  return put(stream, bytes, size_t(size)) ? 0 : -1;
 }
 
 const RleStreamOps kOps = {
     .unused0 = nullptr,
     .writeBlock =
-        [](RleStream* stream, const void* data, uint32_t size, uint32_t count) {
-          ByteStream& s = self(stream);
-          if (s.failsNow("writeBlock " + std::to_string(size) + " " + std::to_string(count)))
-            return 0U;
-          const auto* bytes = static_cast<const uint8_t*>(data);
-          for (size_t i = 0; i < size_t(size) * count; ++i)
-            if (!put(s, bytes[i])) return 0U;
-          return count;
+        [](RleStream* stream, const void* block, uint32_t size, uint32_t count) {
+          const auto* const bytes = static_cast<const uint8_t*>(block);
+          return put(self(stream), bytes, size_t{size} * count) ? count : 0;
         },
     .getByte =
-        [](RleStream* stream) { return self(stream).failsNow("getByte") ? -1 : get(self(stream)); },
-    .putByte =
-        [](RleStream* stream, int32_t byte) {
-          return !self(stream).failsNow("putByte " + std::to_string(byte & 0xFF)) &&
-                         put(self(stream), uint8_t(byte))
-                     ? 0
-                     : -1;
-        },
-    .getWord16 =
         [](RleStream* stream) {
-          return self(stream).failsNow("getWord16") ? 0xFFFFU : getWord(self(stream), 2);
+          const auto byte = int32_t(get(self(stream), 1));
+          return self(stream).failed ? -1 : byte;
         },
-    .putWord16 =
-        [](RleStream* stream, uint32_t value) {
-          return self(stream).failsNow("putWord16 " + std::to_string(value))
-                     ? -1
-                     : putWord(self(stream), value, 2);
-        },
-    .getWord32 =
-        [](RleStream* stream) {
-          return self(stream).failsNow("getWord32") ? 0xFFFFFFFFU : getWord(self(stream), 4);
-        },
-    .putWord32 =
-        [](RleStream* stream, uint32_t value) {
-          return self(stream).failsNow("putWord32 " + std::to_string(value))
-                     ? -1
-                     : putWord(self(stream), value, 4);
-        },
+    .putByte = [](RleStream* stream, int32_t n) { return put(self(stream), uint32_t(n), 1); },
+    .getWord16 = [](RleStream* stream) { return get(self(stream), 2); },
+    .putWord16 = [](RleStream* stream, uint32_t n) { return put(self(stream), n, 2); },
+    .getWord32 = [](RleStream* stream) { return get(self(stream), 4); },
+    .putWord32 = [](RleStream* stream, uint32_t n) { return put(self(stream), n, 4); },
     .seek =
         [](RleStream* stream, int32_t offset, int32_t origin) {
-          ByteStream& s = self(stream);
-          if (s.failsNow("seek " + std::to_string(offset) + " " + std::to_string(origin)))
-            return -1;
-          const int64_t target = offset + (origin == 0 ? 0 : int64_t(s.position));
-          if (target < 0) return -1;
-          s.position = size_t(target);
+          const int64_t target = offset + (origin == 0 ? 0 : int64_t(self(stream).position));
+          if (failsNow(self(stream)) || target < 0) return -1;
+          self(stream).position = size_t(target);
           return 0;
         },
     .tell =
         [](RleStream* stream) {
-          return self(stream).failsNow("tell") ? -1 : int32_t(self(stream).position);
+          return failsNow(self(stream)) ? -1 : int32_t(self(stream).position);
         },
     .unused10 = nullptr,
     .unused11 = nullptr,
-    .hasError =
-        [](RleStream* stream) {
-          if (self(stream).recording) self(stream).calls.emplace_back("hasError");
-          return self(stream).failed ? 1 : 0;
-        },
+    .hasError = [](RleStream* stream) { return self(stream).failed ? 1 : 0; },
     .unused13 = nullptr,
     .destroy = [](RleStream*) { return 0; },
     .setByteOrder =
         [](RleStream* stream, int32_t order) {
-          if (self(stream).recording)
-            self(stream).calls.emplace_back("setByteOrder " + std::to_string(order));
           self(stream).littleEndian = order != 0;
           return 0;
         },
@@ -114,12 +87,5 @@ const RleStreamOps kOps = {
 }  // namespace
 
 ByteStream::ByteStream(std::vector<uint8_t> content) : bytes(std::move(content)) { ops = &kOps; }
-
-bool ByteStream::failsNow(const std::string& call) {
-  if (recording) calls.push_back(call);
-  if (operations++ != failAt) return false;
-  failed = true;
-  return true;
-}
 
 }  // namespace rle::test

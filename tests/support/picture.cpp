@@ -1,30 +1,18 @@
 #include "support/picture.h"
 
-#include <algorithm>
+#include "support/pixels.h"
 
 namespace rle::test {
-namespace {
 
-void appendRun(RleLine& line, int start, int end) {
-  line.runs = rleReAllocRuns(line.runs, line.count + 1U);
-  line.runs[line.count++] = {uint16_t(start), uint16_t(end)};
-}
-
-}  // namespace
-
-Row::Row(const std::string& picture) : Row() {
-  for (size_t x = 0; x < picture.size();) {
-    const size_t start = std::min(picture.find('#', x), picture.size());
-    const size_t end = std::min(picture.find_first_not_of('#', start), picture.size());
-    if (start < end) appendRun(*line_, int(start), int(end));
-    x = end;
-  }
-}
+Row::Row(const std::string& picture) : Row() { std::swap(*line_, *image({picture})->rows[0]); }
 
 Row::Row(uint64_t pixels, int width) : Row(rle::test::picture(pixels, width)) {}
 
 Row::Row(const std::vector<std::pair<int, int>>& runs) : Row() {
-  for (const auto& [start, end] : runs) appendRun(*line_, start, end);
+  for (const auto& [start, end] : runs) {
+    line_->runs = rleReAllocRuns(line_->runs, line_->count + 1U);
+    line_->runs[line_->count++] = {uint16_t(start), uint16_t(end)};
+  }
 }
 
 std::string picture(const RleLine* line, int width) {
@@ -48,14 +36,10 @@ std::vector<std::string> picture(const RleRect* rect) {
 }
 
 OwnedRect image(const std::vector<std::string>& rows) {
-  OwnedRect rect(
-      rleNewRect(rows.empty() ? 0 : uint32_t(rows[0].size()), uint32_t(rows.size()), 200));
-  for (size_t y = 0; y < rows.size(); ++y) {
-    const Row row(rows[y]);
-    std::swap(rect->rows[y]->runs, row->runs);
-    std::swap(rect->rows[y]->count, row->count);
-  }
-  return rect;
+  Pixels pixels(rows.empty() ? 0 : int(rows[0].size()), int(rows.size()));
+  for (int y = 0; y < pixels.height; ++y)
+    for (int x = 0; x < pixels.width; ++x) pixels.put(x, y, rows[size_t(y)][size_t(x)] == '#');
+  return pixels.toRect();
 }
 
 std::vector<std::pair<int, int>> runsOf(const RleLine* line) {

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The native format in the program: bytes written by hand read as the picture they stand for, pages
+# The native format in the program: bytes written by hand read as the picture they stand for and
 # come back as they were, and damaged files are refused.
 # shellcheck source-path=SCRIPTDIR
 source "$(dirname "${BASH_SOURCE[0]}")/support.sh"
@@ -38,37 +38,22 @@ grep -qx "  resolution  400 dpi" <<<"$("$RLE" info legacy.rle)" || fail "$("$RLE
 native "$magic 00000001 0001 0001 00010000 $no_polygon 0000" >unknown.rle
 grep -qx "  resolution  not known" <<<"$("$RLE" info unknown.rle)" || fail "$("$RLE" info unknown.rle)"
 
-# The shipped page by both ways has the same pixels for libtiff.
-page=$root/docs/page/page.tif
-"$RLE" convert "$page" page.rle
-"$RLE" convert page.rle page.tif
-tiffcp -c none -r 9999 "$page" plain-before.tif
-tiffcp -c none -r 9999 page.tif plain-after.tif
-tiffcmp -t plain-before.tif plain-after.tif >/dev/null || fail "the page changed"
-
-refuses() { # REASON FILE
+refuses() { # REASON BYTES
   local status=0
-  "$RLE" convert "$2" never.rle 2>stderr || status=$?
-  [[ $status == 1 && ! -e never.rle && $(cat stderr) == "rle: $2: $1" ]] ||
+  native "$2" >damaged.rle
+  "$RLE" convert damaged.rle never.rle 2>stderr || status=$?
+  [[ $status == 1 && ! -e never.rle && $(cat stderr) == "rle: damaged.rle: $1" ]] ||
     fail "$2: status $status: $(cat stderr)"
 }
+all="${header// /}${no_polygon// /}${rows// /}"
 for ((size = 4; size < 36; ++size)); do
-  head -c $size hand.rle >cut.rle
-  refuses "the file is cut short or damaged" cut.rle
+  refuses "the file is cut short or damaged" "${all:0:2 * size}"
 done
-head -c 300 legacy.rle >cut.rle
-refuses "the file is cut short or damaged" cut.rle
-native "$header FFFFFFFF $rows" >count.rle
-refuses "the file is cut short or damaged" count.rle
-damaged() { # REASON ROW
-  native "$magic 00000001 0001 000A 0000012C $no_polygon $2" >damaged.rle
-  refuses "$1" damaged.rle
-}
-damaged "the file is cut short or damaged" "FFFF 0001 0002"
-damaged "a run is empty or reversed" "0001 0003 0003"
-damaged "a run starts beyond the page" "0001 000A 000B"
-damaged "a run ends beyond the page" "0001 0009 000B"
-damaged "a run is repeated" "0002 0001 0003 0001 0003"
-damaged "runs overlap, touch or are out of order" "0002 0001 0003 0003 0004"
-native "$magic 00000001 0000 000A 0000012C $no_polygon" >empty.rle
-refuses "the page is empty" empty.rle
+small="$magic 00000001 0001 000A 0000012C $no_polygon"
+refuses "the file is cut short or damaged" "$small FFFF 0001 0002"
+refuses "a run is empty or reversed" "$small 0001 0003 0003"
+refuses "a run starts beyond the page" "$small 0001 000A 000B"
+refuses "a run ends beyond the page" "$small 0001 0009 000B"
+refuses "a run is repeated" "$small 0002 0001 0003 0001 0003"
+refuses "runs overlap, touch or are out of order" "$small 0002 0001 0003 0003 0004"
+refuses "the page is empty" "$magic 00000001 0000 000A 0000012C $no_polygon"

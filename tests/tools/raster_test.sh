@@ -44,7 +44,7 @@ for compression in none g3 g3:2d g4 packbits lzw zip; do
 done
 tiffcp -t -c g4 "$page" tiles.tif && comes_in tiles.tif
 tiffcp -8 -c g4 "$page" big.tif && comes_in big.tif
-tiffcp -B -f lsb2msb -c packbits "$page" orders.tif && comes_in orders.tif
+tiffcp -B -f lsb2msb -c g4 "$page" orders.tif && comes_in orders.tif
 pbmtopgm 1 1 page.pbm 2>/dev/null | pamdepth 255 | pnmtotiff >grey.tif 2>/dev/null
 comes_in grey.tif
 tiffcp -c g4 "$page" "$page" pages.tif

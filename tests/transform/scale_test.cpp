@@ -84,6 +84,18 @@ TEST(Scaling, KeepsRowsValidBeyondItsRange) {
   }
 }
 
+TEST(Scaling, RoundsVerticesDown) {
+  const OwnedPoly region(rleAllocPoly());
+  region->count = 2;
+  region->points = rleAllocPoints(2);
+  region->points[0] = {-5, 7};
+  region->points[1] = {5, -7};
+  rleScalePoly(region.get(), 3 * kOne / 2, 0);  // by 1.5, and not at all
+  rleScalePoly(region.get(), 0, kOne / 2);
+  EXPECT_EQ(region->points[0].x * 100 + region->points[0].y, -800 + 3);
+  EXPECT_EQ(region->points[1].x * 100 + region->points[1].y, 700 - 4);
+}
+
 TEST(ResolutionChanges, ScaleOnceAndStoreAlways) {
   const OwnedRect page(rleNewRect(150, 90, 300));
   for (const int resolution :
