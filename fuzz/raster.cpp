@@ -143,6 +143,7 @@ void expectConverted(std::span<const uint8_t> file, const GfxImageInfo* info,
   expect(done == 0 || (done == 1 && info != nullptr));
   if (done == 0 || format == GFX_PDF) return;
   if (scale != 0 && scale != 1 && method != 2) return;
+  if (g4 != nullptr && g4->width == 0) return;  // a page without columns: the pipeline takes none
   output->ops->seek(output.get(), 0, 0);
   const OwnedInfo written(gfxGetImageInfo(output.get()));
   expect(written && written->fileFormat == uint32_t(format));
