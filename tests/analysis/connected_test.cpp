@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <thread>
+#include <functional>
 #include <utility>
 
 #include "reference/literal_row.h"
@@ -70,12 +70,21 @@ TEST(Connected, RowsAreThoseOfRunsSetOneByOne) {
   }
 }
 
-TEST(Connected, TheLargestAndLongestNeedNoCallStack) {
-  pthread_attr_t usual, small;
-  pthread_getattr_default_np(&usual);
+void onASmallStack(std::function<void()> action) {
+  pthread_attr_t small;
   pthread_attr_init(&small);
   pthread_attr_setstacksize(&small, 128 * 1024);
-  ASSERT_EQ(pthread_setattr_default_np(&small), 0);
+  const auto run = [](void* what) -> void* {
+    (*static_cast<std::function<void()>*>(what))();
+    return nullptr;
+  };
+  pthread_t thread;
+  ASSERT_EQ(pthread_create(&thread, &small, run, &action), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&small);
+}
+
+TEST(Connected, TheLargestAndLongestNeedNoCallStack) {
   constexpr int kMost = 65535;
   const Pixels images[] = {drawing(kSpiral, 11, kMost), drawing(kSpiral, kMost, 11),
                            drawing(kComb, 9, kMost),    drawing(kLyingComb, 9, kMost),
@@ -85,14 +94,12 @@ TEST(Connected, TheLargestAndLongestNeedNoCallStack) {
     const int x = pixels.get(pixels.width - 1, pixels.height - 1) ? pixels.width - 1 : 0;
     uint16_t left = 77, top = 78;
     OwnedRect found;
-    std::thread([&] {
-      found.reset(rleConnected(rect.get(), x, pixels.height - 1, &left, &top));
-    }).join();
+    onASmallStack(
+        [&] { found.reset(rleConnected(rect.get(), x, pixels.height - 1, &left, &top)); });
     ASSERT_TRUE(found);
     EXPECT_TRUE(Pixels(found.get()) == pixels);
     EXPECT_EQ(left + top, 0);
   }
-  pthread_setattr_default_np(&usual);
 }
 
 }  // namespace
