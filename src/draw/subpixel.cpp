@@ -55,7 +55,9 @@ struct SppScratch {
   SppArray<int32_t> widths;
   int32_t nesting = 0;  // open brackets
 
+  // Closes all brackets.
   void release() {
+    nesting = 0;
     visits.release();
     points.release();
     widths.release();
@@ -173,7 +175,6 @@ SppSpans sppSpans(const RleRect& image, std::span<const RleDPoint> polygon, int3
   const double last = std::ceil(lowest) - 1;
   const double rows = last - first + 1;
   SppScratch& held = scratch;
-  scratchEnd.expect(&held);
   held.points.grow(int32_t(std::min(rows, kMostRows)));
   held.widths.grow(int32_t(std::min(rows, kMostRows)));
   held.visits.grow(count);
@@ -241,15 +242,14 @@ double addRepeatedly(double x, double step, int64_t times) {
 extern "C" {
 
 void rleBeginSppPoly(void) {
-  int32_t& nesting = rle::scratch.nesting;
-  if (nesting < INT32_MAX) ++nesting;
+  rle::SppScratch& held = rle::scratch;
+  if (held.nesting == 0) rle::scratchEnd.expect(&held);
+  if (held.nesting < INT32_MAX) ++held.nesting;
 }
 
 void rleEndSppPoly(void) {
   rle::SppScratch& held = rle::scratch;
-  if (--held.nesting >= 1) return;
-  held.nesting = 0;
-  held.release();
+  if (--held.nesting < 1) held.release();
 }
 
 void rleFillSppPoly(RleRect* image, int32_t count, RleDPoint* points, int32_t xOffset,

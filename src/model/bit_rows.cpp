@@ -32,19 +32,22 @@ struct PackCache {
     if (size >= count) return true;
     clear();
     runs = rleAllocRuns(uint32_t(count));
-    if (runs != nullptr) size = count;
-    return runs != nullptr;
+    if (runs == nullptr) return false;
+    size = count;
+    end.expect(this);
+    return true;
   }
+
+  static const ThreadEnd end;
 };
 
+const ThreadEnd PackCache::end([](void* cache) { static_cast<PackCache*>(cache)->clear(); });
 constinit thread_local PackCache packCache;
-const ThreadEnd packCacheEnd([](void* cache) { static_cast<PackCache*>(cache)->clear(); });
 
 // Columns [x1, x2) of a packed row. Null `bits` stands for a row that is all white.
 RleLine* packColumns(const uint8_t* bits, int64_t x1, int64_t x2) {
   PackCache& cache = packCache;
   if (!cache.fit(((x2 - x1) >> 1) + 1)) return nullptr;
-  packCacheEnd.expect(&cache);
   uint32_t found = 0;
   const int64_t first = std::max<int64_t>(x1, 0);
   if (bits != nullptr && first < x2) {
