@@ -53,6 +53,11 @@ inline uint64_t padded(uint64_t count, uint32_t padding) {
   return (count + padding - 1) / padding * padding;
 }
 
+// Bytes of a row of bits, padded as pixels before they become bytes; 0 for a padding of 0.
+inline uint64_t bitRowBytes(const RleMemoryWriterState& state) {
+  return state.padding != 0 ? padded(state.width, state.padding) / 8 : 0;
+}
+
 // Counts written bytes. Pipelines and TIFF have 32 bits for them: beyond that none are counted.
 inline bool countBytes(RleMemoryWriterState& state, uint32_t length) {
   if (length > UINT32_MAX - state.dataSize) return false;

@@ -74,8 +74,8 @@ OwnedStream openCollected(const RleMemoryWriterState& state) {
 std::optional<uint32_t> rawRowBytes(const RleMemoryWriterState& state) {
   const int32_t bits = bitsPerPixel(state.pixelFormat);
   if (state.padding == 0 || (bits != 1 && bits < 8)) return std::nullopt;
-  const uint64_t bytes = bits == 1 ? padded(state.width, state.padding) / 8
-                                   : padded(uint64_t(bits / 8) * state.width, state.padding);
+  const uint64_t bytes =
+      bits == 1 ? bitRowBytes(state) : padded(uint64_t(bits / 8) * state.width, state.padding);
   if (bytes > UINT32_MAX) return std::nullopt;
   return uint32_t(bytes);
 }

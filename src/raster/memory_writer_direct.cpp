@@ -78,11 +78,6 @@ int32_t writeRows(RleMemoryWriterState& state, const uint8_t* rows, uint64_t cou
   return 1;
 }
 
-// Bytes of a row of input; 0 for a padding of 0.
-size_t rowBytesOf(const RleMemoryWriterState& state) {
-  return size_t(state.padding != 0 ? padded(state.width, state.padding) / 8 : 0);
-}
-
 // Rows without bytes, those of a width of 0, of less than 8 pixels with a padding below 8 or of a
 // padding of 0, cannot be counted in any data: they are refused, and the Group 4 writer is ended as
 // for a row that it refuses.
@@ -90,15 +85,14 @@ int32_t rleWriteRawToTiff(RleMemoryWriter* writer, const void* data, uint32_t le
   if (writer == nullptr) return 0;
   RleMemoryWriterState& state = *writer->state;
   if (!state.g4Writer) return failure(state, kWriterMissing);
-  const size_t rowBytes = rowBytesOf(state);
+  const auto rowBytes = size_t(bitRowBytes(state));
   if (rowBytes == 0) return endG4Writer(state, kProcessFailure);
   return writeRows(state, static_cast<const uint8_t*>(data), length / rowBytes, rowBytes);
 }
 
 int32_t addZeroRows(RleMemoryWriterState& state, uint32_t height) {
   if (state.rowsWritten >= height) return 1;
-  const uint64_t pixels = std::max<uint64_t>(state.width, uint64_t{8} * rowBytesOf(state));
-  const HeapArray<uint8_t> row = newRow(uint32_t(std::min<uint64_t>(pixels, UINT32_MAX)), 1);
+  const HeapArray<uint8_t> row = newRow(std::max<uint64_t>(state.width, 8 * bitRowBytes(state)), 1);
   if (!row) return endG4Writer(state, kMemoryFailure);
   for (; state.rowsWritten < height; ++state.rowsWritten)
     if (!process(*state.g4Writer, row.get())) return endG4Writer(state, kProcessFailure);

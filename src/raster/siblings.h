@@ -111,9 +111,9 @@ constexpr uint64_t kRowBitsLimit = uint64_t{1} << 31;  // a row from here on is 
 
 // A row of zeros with room for `width` pixels; null when memory runs out, for a pixel without bits
 // and for a row of 2^31 bits or more.
-inline HeapArray<uint8_t> newRow(uint32_t width, int32_t bitsPerPixel) {
+inline HeapArray<uint8_t> newRow(uint64_t width, int32_t bitsPerPixel) {
   if (bitsPerPixel <= 0) return nullptr;
-  const uint64_t bits = uint64_t{width} * uint32_t(bitsPerPixel);
+  const uint64_t bits = width * uint32_t(bitsPerPixel);
   return bits < kRowBitsLimit ? zeroedArray<uint8_t>(size_t(bits + 7) / 8) : nullptr;
 }
 
