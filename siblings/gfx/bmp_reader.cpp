@@ -74,13 +74,13 @@ class BmpReader final : public Reader {
   bool readHeaders() {
     uint8_t file[bmp::kFileHeaderSize + 4];
     uint8_t info[bmp::kLongestHeaderSize + 16] = {};  // and four masks
-    if (readBytes(stream_, file, sizeof file) != sizeof file) return cutOff();
+    if (!readAll(stream_, file, sizeof file)) return cutOff();
     rowsPlace_ = word32(file + 10);
     header_.size = word32(file + bmp::kFileHeaderSize);
     if (header_.size != bmp::kCoreHeaderSize &&
         (header_.size < bmp::kInfoHeaderSize || header_.size > bmp::kLongestHeaderSize))
       return setLastError("no BMP file has a header of %u bytes", header_.size);
-    if (readBytes(stream_, info + 4, header_.size - 4) != header_.size - 4) return cutOff();
+    if (!readAll(stream_, info + 4, header_.size - 4)) return cutOff();
     palettePlace_ = bmp::kFileHeaderSize + header_.size;
     if (header_.size == bmp::kCoreHeaderSize) {
       header_.width = word16(info + 4);
@@ -110,7 +110,7 @@ class BmpReader final : public Reader {
       return true;
     uint32_t masks = header_.compression == bmp::kMasks ? 3 : 4;
     if (header_.size < bmp::kMasksHeaderSize) {
-      if (readBytes(stream_, info + bmp::kInfoHeaderSize, 4 * masks) != 4 * masks) return cutOff();
+      if (!readAll(stream_, info + bmp::kInfoHeaderSize, 4 * masks)) return cutOff();
       palettePlace_ += 4 * masks;
     } else if (header_.size >= bmp::kAlphaHeaderSize) {
       masks = 4;
@@ -159,7 +159,7 @@ class BmpReader final : public Reader {
     if (!file_.goTo(palettePlace_)) return unreachable();
     for (uint32_t i = 0; i < count; ++i) {
       uint8_t entry[4];
-      if (readBytes(stream_, entry, entrySize) != entrySize) return cutOff();
+      if (!readAll(stream_, entry, entrySize)) return cutOff();
       palette_[i] = {entry[2], entry[1], entry[0]};
     }
     inverted_ = palette_[0].is(0) && palette_[1].is(255);

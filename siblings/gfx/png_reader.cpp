@@ -41,7 +41,7 @@ struct Palette {
 
 void readPng(png_structp png, png_bytep bytes, size_t count) {
   auto* stream = static_cast<RleStream*>(png_get_io_ptr(png));
-  if (readBytes(stream, bytes, uint32_t(count)) != count) png_error(png, "the file ends early");
+  if (!readAll(stream, bytes, uint32_t(count))) png_error(png, "the file ends early");
 }
 
 class PngReader : public Reader {

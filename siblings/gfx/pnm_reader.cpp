@@ -21,7 +21,7 @@ class PnmReader final : public Reader {
   bool open(uint32_t page) override {
     if (page != 0) return setLastError("of a PNM file only the first image is read");
     uint8_t magic[2];
-    if (readBytes(stream_, magic, 2) != 2) return damaged();
+    if (!readAll(stream_, magic, 2)) return damaged();
     const uint32_t kind = magic[1] - '1';  // 0 to 5
     plain_ = kind < 3;
     info_.format = kind % 3 == 0 ? kBilevel : kind % 3 == 1 ? kGrey : kRgb;
@@ -85,7 +85,7 @@ class PnmReader final : public Reader {
 
   bool wideSample(uint32_t& value) {
     uint8_t bytes[2];
-    if (readBytes(stream_, bytes, 2) != 2) return false;
+    if (!readAll(stream_, bytes, 2)) return false;
     value = uint32_t(bytes[0] << 8 | bytes[1]);
     return true;
   }

@@ -23,7 +23,7 @@ struct FreeOptions {
 // Whether this one still reads what there is shows where the bytes are known.
 bool TiffClient::readsTheTruth() const {
   uint8_t head[kHeadBytes];
-  return file_.goTo(0) && readBytes(stream_, head, kHeadBytes) == kHeadBytes &&
+  return file_.goTo(0) && readAll(stream_, head, kHeadBytes) &&
          std::memcmp(head, head_, kHeadBytes) == 0;
 }
 
