@@ -2,14 +2,13 @@
 // cases of analysis.)
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
-#include <functional>
 #include <utility>
 
 #include "reference/literal_row.h"
 #include "support/picture.h"
 #include "support/pixels.h"
+#include "support/small_stack.h"
 
 namespace rle::test {
 namespace {
@@ -70,20 +69,6 @@ TEST(Connected, RowsAreThoseOfRunsSetOneByOne) {
   }
 }
 
-void onASmallStack(std::function<void()> action) {
-  pthread_attr_t small;
-  pthread_attr_init(&small);
-  pthread_attr_setstacksize(&small, 128 * 1024);
-  const auto run = [](void* what) -> void* {
-    (*static_cast<std::function<void()>*>(what))();
-    return nullptr;
-  };
-  pthread_t thread;
-  ASSERT_EQ(pthread_create(&thread, &small, run, &action), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&small);
-}
-
 TEST(Connected, TheLargestAndLongestNeedNoCallStack) {
   constexpr int kMost = 65535;
   const Pixels images[] = {drawing(kSpiral, 11, kMost), drawing(kSpiral, kMost, 11),
@@ -94,8 +79,8 @@ TEST(Connected, TheLargestAndLongestNeedNoCallStack) {
     const int x = pixels.get(pixels.width - 1, pixels.height - 1) ? pixels.width - 1 : 0;
     uint16_t left = 77, top = 78;
     OwnedRect found;
-    onASmallStack(
-        [&] { found.reset(rleConnected(rect.get(), x, pixels.height - 1, &left, &top)); });
+    onAStackOf(128 * 1024,
+               [&] { found.reset(rleConnected(rect.get(), x, pixels.height - 1, &left, &top)); });
     ASSERT_TRUE(found);
     EXPECT_TRUE(Pixels(found.get()) == pixels);
     EXPECT_EQ(left + top, 0);

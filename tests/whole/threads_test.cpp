@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <pthread.h>
 
 #include <thread>
 #include <vector>
 
+#include "support/small_stack.h"
 #include "support/workout.h"
 
 namespace rle::test {
@@ -33,28 +33,14 @@ TEST(Threads, EachDoAsTheyWouldAlone) {
   for (const auto& own : together) EXPECT_EQ(own, alone);
 }
 
-void* workOutOnce(void* answer) {
-  *static_cast<uint64_t*>(answer) = workOut(7);
-  return nullptr;
-}
-
-uint64_t onAStackOf(size_t bytes) {
-  pthread_attr_t attributes;
-  pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, bytes);
-  uint64_t answer = 0;
-  pthread_t thread;
-  EXPECT_EQ(pthread_create(&thread, &attributes, workOutOnce, &answer), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
-  return answer;
-}
-
 TEST(Threads, NeedASmallStackAndLeaveNothingBehind) {
-  EXPECT_NE(onAStackOf(kStack), 0U);
-  for (int i = 0; i < 8; ++i) onAStackOf(kStack);  // the allocator's own records settle
+  uint64_t answer = 0;
+  const auto work = [&] { onAStackOf(kStack, [&] { answer = workOut(7); }); };
+  work();
+  EXPECT_NE(answer, 0U);
+  for (int i = 0; i < 8; ++i) work();  // the allocator's own records settle
   const size_t before = mallinfo2().uordblks;
-  for (int i = 0; i < 40; ++i) onAStackOf(kStack);
+  for (int i = 0; i < 40; ++i) work();
   EXPECT_LT(mallinfo2().uordblks, before + 4096);  // one scratch array of a thread is larger
 }
 
